@@ -1,0 +1,102 @@
+// The seam under the Windows functions: each system library is an abstract class whose real
+// implementation this platform provides. A test installs a double (usually derived from the real
+// class, overriding the one call it wants to fail) for the scope of a test.
+#pragma once
+
+#include "../objbase.h"
+#include "../windows.h"
+
+namespace platform {
+
+class IKernel32 {
+public:
+    virtual ~IKernel32() = default;
+
+    virtual HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) = 0;
+    virtual HGLOBAL GlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags) = 0;
+    virtual LPVOID GlobalLock(HGLOBAL memory) = 0;
+    virtual BOOL GlobalUnlock(HGLOBAL memory) = 0;
+    virtual SIZE_T GlobalSize(HGLOBAL memory) = 0;
+    virtual HGLOBAL GlobalFree(HGLOBAL memory) = 0;
+
+    virtual BOOL CloseHandle(HANDLE object) = 0;
+    virtual HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR name) = 0;
+    virtual HANDLE OpenMutexW(DWORD access, BOOL inherit, LPCWSTR name) = 0;
+    virtual BOOL ReleaseMutex(HANDLE mutex) = 0;
+    virtual DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) = 0;
+
+    virtual void GetLocalTime(SYSTEMTIME* time) = 0;
+
+    virtual DWORD GetFileAttributesW(LPCWSTR fileName) = 0;
+    virtual BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) = 0;
+    virtual FILE* _wfsopen(const wchar_t* fileName, const wchar_t* mode, int shareFlag) = 0;
+};
+
+class IOle32 {
+public:
+    virtual ~IOle32() = default;
+
+    virtual HRESULT CoInitializeEx(LPVOID reserved, DWORD coInit) = 0;
+    virtual void CoUninitialize() = 0;
+    virtual HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, LPVOID* object) = 0;
+    virtual HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* factory, DWORD context, DWORD flags,
+                                          LPDWORD cookie) = 0;
+    virtual HRESULT CoRevokeClassObject(DWORD cookie) = 0;
+    virtual HRESULT CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStream** stream) = 0;
+    virtual HRESULT GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) = 0;
+};
+
+// The real implementations; derive from these to fail single calls.
+class Kernel32 : public IKernel32 {
+public:
+    HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes) override;
+    HGLOBAL GlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags) override;
+    LPVOID GlobalLock(HGLOBAL memory) override;
+    BOOL GlobalUnlock(HGLOBAL memory) override;
+    SIZE_T GlobalSize(HGLOBAL memory) override;
+    HGLOBAL GlobalFree(HGLOBAL memory) override;
+
+    BOOL CloseHandle(HANDLE object) override;
+    HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR name) override;
+    HANDLE OpenMutexW(DWORD access, BOOL inherit, LPCWSTR name) override;
+    BOOL ReleaseMutex(HANDLE mutex) override;
+    DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) override;
+
+    void GetLocalTime(SYSTEMTIME* time) override;
+
+    DWORD GetFileAttributesW(LPCWSTR fileName) override;
+    BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) override;
+    FILE* _wfsopen(const wchar_t* fileName, const wchar_t* mode, int shareFlag) override;
+};
+
+class Ole32 : public IOle32 {
+public:
+    HRESULT CoInitializeEx(LPVOID reserved, DWORD coInit) override;
+    void CoUninitialize() override;
+    HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, LPVOID* object) override;
+    HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* factory, DWORD context, DWORD flags,
+                                  LPDWORD cookie) override;
+    HRESULT CoRevokeClassObject(DWORD cookie) override;
+    HRESULT CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStream** stream) override;
+    HRESULT GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) override;
+};
+
+// The implementation in force. Install returns the one it replaces; installing null restores the real one.
+IKernel32& CurrentKernel32();
+IKernel32* Install(IKernel32* replacement);
+IOle32& CurrentOle32();
+IOle32* Install(IOle32* replacement);
+
+template <class Api>
+class ScopedInstall {
+public:
+    explicit ScopedInstall(Api& replacement) : previous_(Install(&replacement)) {}
+    ~ScopedInstall() { Install(previous_); }
+    ScopedInstall(const ScopedInstall&) = delete;
+    ScopedInstall& operator=(const ScopedInstall&) = delete;
+
+private:
+    Api* previous_;
+};
+
+}  // namespace platform

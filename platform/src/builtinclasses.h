@@ -1,0 +1,19 @@
+// Classes that the platform itself serves through CoCreateInstance.
+#pragma once
+
+#include <vector>
+
+#include "objbase.h"
+
+namespace platform {
+
+struct BuiltInClass {
+    CLSID clsid;
+    IUnknown* (*create)();  // a new instance holding one reference, or null
+};
+
+std::vector<BuiltInClass> BuiltInClasses();
+
+IUnknown* NewXpsOMObjectFactory();
+
+}  // namespace platform

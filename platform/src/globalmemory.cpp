@@ -1,0 +1,154 @@
+// Movable global memory blocks. A block is addressed by its handle; the handle stays valid across
+// GlobalReAlloc and the data moves, as on Windows.
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <unordered_set>
+
+#include "platform/systemapi.h"
+
+namespace platform {
+namespace {
+
+struct GlobalBlock {
+    void* data = nullptr;
+    SIZE_T size = 0;
+    LONG locks = 0;
+};
+
+class BlockRegistry {
+public:
+    void Add(GlobalBlock* block)
+    {
+        std::lock_guard lock(mutex_);
+        blocks_.insert(block);
+    }
+    bool Remove(GlobalBlock* block)
+    {
+        std::lock_guard lock(mutex_);
+        return blocks_.erase(block) == 1;
+    }
+    // Runs action on the block under the registry lock; false when the handle is not a live block.
+    template <class Action>
+    bool With(HGLOBAL handle, Action&& action)
+    {
+        std::lock_guard lock(mutex_);
+        auto* block = static_cast<GlobalBlock*>(handle);
+        if (blocks_.count(block) == 0) {
+            return false;
+        }
+        action(*block);
+        return true;
+    }
+
+private:
+    std::mutex mutex_;
+    std::unordered_set<GlobalBlock*> blocks_;
+};
+
+BlockRegistry& Blocks()
+{
+    static BlockRegistry* registry = new BlockRegistry;
+    return *registry;
+}
+
+}  // namespace
+
+HGLOBAL Kernel32::GlobalAlloc(UINT flags, SIZE_T bytes)
+{
+    auto* block = new (std::nothrow) GlobalBlock;
+    if (block == nullptr) {
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    // One byte at least, so that a zero-sized block still has an address to lock.
+    block->data = (flags & GMEM_ZEROINIT) != 0 ? std::calloc(bytes == 0 ? 1 : bytes, 1) : std::malloc(bytes == 0 ? 1 : bytes);
+    if (block->data == nullptr) {
+        delete block;
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    block->size = bytes;
+    Blocks().Add(block);
+    return block;
+}
+
+HGLOBAL Kernel32::GlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags)
+{
+    bool grown = false;
+    const bool known = Blocks().With(memory, [&](GlobalBlock& block) {
+        void* data = std::realloc(block.data, bytes == 0 ? 1 : bytes);
+        if (data == nullptr) {
+            return;
+        }
+        if ((flags & GMEM_ZEROINIT) != 0 && bytes > block.size) {
+            std::memset(static_cast<char*>(data) + block.size, 0, bytes - block.size);
+        }
+        block.data = data;
+        block.size = bytes;
+        grown = true;
+    });
+    if (!known) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    if (!grown) {
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    return memory;
+}
+
+LPVOID Kernel32::GlobalLock(HGLOBAL memory)
+{
+    void* data = nullptr;
+    if (!Blocks().With(memory, [&](GlobalBlock& block) {
+            ++block.locks;
+            data = block.data;
+        })) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+    }
+    return data;
+}
+
+BOOL Kernel32::GlobalUnlock(HGLOBAL memory)
+{
+    LONG before = 0;
+    if (!Blocks().With(memory, [&](GlobalBlock& block) {
+            before = block.locks;
+            if (block.locks > 0) {
+                --block.locks;
+            }
+        })) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    ::SetLastError(before == 0 ? ERROR_NOT_LOCKED : ERROR_SUCCESS);
+    return before > 1 ? TRUE : FALSE;
+}
+
+SIZE_T Kernel32::GlobalSize(HGLOBAL memory)
+{
+    SIZE_T size = 0;
+    if (!Blocks().With(memory, [&](GlobalBlock& block) { size = block.size; })) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+    }
+    return size;
+}
+
+HGLOBAL Kernel32::GlobalFree(HGLOBAL memory)
+{
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    auto* block = static_cast<GlobalBlock*>(memory);
+    if (!Blocks().Remove(block)) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return memory;
+    }
+    std::free(block->data);
+    delete block;
+    return nullptr;
+}
+
+}  // namespace platform

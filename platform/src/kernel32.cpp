@@ -1,0 +1,150 @@
+// Kernel services of the simulated machine that need no state of their own: last error, local
+// time and the files under the machine root.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+#include <map>
+#include <mutex>
+
+#include "platform/machine.h"
+#include "platform/systemapi.h"
+#include "platform/text.h"
+
+namespace platform {
+namespace {
+
+thread_local DWORD lastError = ERROR_SUCCESS;
+
+DWORD Win32ErrorOf(int error)
+{
+    switch (error) {
+    case ENOENT:
+        return ERROR_FILE_NOT_FOUND;
+    case ENOTDIR:
+        return ERROR_PATH_NOT_FOUND;
+    case EACCES:
+    case EPERM:
+        return ERROR_ACCESS_DENIED;
+    case ENOMEM:
+        return ERROR_NOT_ENOUGH_MEMORY;
+    default:
+        return ERROR_INVALID_PARAMETER;
+    }
+}
+
+// Attribute bits that a POSIX file system has no place for (archive, hidden, system), kept per host
+// path for the life of the process. A file without an entry carries the archive bit, as a newly
+// written Windows file does.
+class ExtraAttributes {
+public:
+    static constexpr DWORD kKept = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+
+    DWORD Of(const std::string& path, bool directory)
+    {
+        std::lock_guard lock(mutex_);
+        const auto found = bits_.find(path);
+        if (found != bits_.end()) {
+            return found->second;
+        }
+        return directory ? 0 : FILE_ATTRIBUTE_ARCHIVE;
+    }
+    void Set(const std::string& path, DWORD bits)
+    {
+        std::lock_guard lock(mutex_);
+        bits_[path] = bits & kKept;
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, DWORD> bits_;
+};
+
+ExtraAttributes& Extras()
+{
+    static ExtraAttributes* extras = new ExtraAttributes;
+    return *extras;
+}
+
+}  // namespace
+
+void Kernel32::GetLocalTime(SYSTEMTIME* time)
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    ::localtime_r(&now.tv_sec, &local);
+    time->wYear = static_cast<WORD>(local.tm_year + 1900);
+    time->wMonth = static_cast<WORD>(local.tm_mon + 1);
+    time->wDayOfWeek = static_cast<WORD>(local.tm_wday);
+    time->wDay = static_cast<WORD>(local.tm_mday);
+    time->wHour = static_cast<WORD>(local.tm_hour);
+    time->wMinute = static_cast<WORD>(local.tm_min);
+    time->wSecond = static_cast<WORD>(local.tm_sec);
+    time->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
+}
+
+DWORD Kernel32::GetFileAttributesW(LPCWSTR fileName)
+{
+    const auto path = fileName == nullptr ? std::nullopt : HostPathOf(fileName);
+    if (!path) {
+        ::SetLastError(ERROR_PATH_NOT_FOUND);
+        return INVALID_FILE_ATTRIBUTES;
+    }
+    struct stat status {};
+    if (::stat(path->c_str(), &status) != 0) {
+        ::SetLastError(Win32ErrorOf(errno));
+        return INVALID_FILE_ATTRIBUTES;
+    }
+    const bool directory = S_ISDIR(status.st_mode);
+    DWORD attributes = Extras().Of(*path, directory);
+    if (directory) {
+        attributes |= FILE_ATTRIBUTE_DIRECTORY;
+    }
+    if ((status.st_mode & S_IWUSR) == 0) {
+        attributes |= FILE_ATTRIBUTE_READONLY;
+    }
+    return attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes;
+}
+
+BOOL Kernel32::SetFileAttributesW(LPCWSTR fileName, DWORD attributes)
+{
+    const auto path = fileName == nullptr ? std::nullopt : HostPathOf(fileName);
+    struct stat status {};
+    if (!path || ::stat(path->c_str(), &status) != 0) {
+        ::SetLastError(path ? Win32ErrorOf(errno) : ERROR_PATH_NOT_FOUND);
+        return FALSE;
+    }
+    const mode_t writable = (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? status.st_mode & ~(S_IWUSR | S_IWGRP | S_IWOTH)
+                                                                        : status.st_mode | S_IWUSR;
+    if (::chmod(path->c_str(), writable & 07777) != 0) {
+        ::SetLastError(Win32ErrorOf(errno));
+        return FALSE;
+    }
+    Extras().Set(*path, attributes);
+    return TRUE;
+}
+
+FILE* Kernel32::_wfsopen(const wchar_t* fileName, const wchar_t* mode, int)
+{
+    const auto path = fileName == nullptr ? std::nullopt : HostPathOf(fileName);
+    if (!path || mode == nullptr) {
+        errno = ENOENT;
+        return nullptr;
+    }
+    // Text and binary mode are the same here; the C runtime's "t" and ",ccs=" have no POSIX meaning.
+    std::string posixMode;
+    for (const wchar_t* m = mode; *m != L'\0' && *m != L','; ++m) {
+        if (*m == L'r' || *m == L'w' || *m == L'a' || *m == L'+' || *m == L'b') {
+            posixMode += static_cast<char>(*m);
+        }
+    }
+    return std::fopen(path->c_str(), posixMode.c_str());
+}
+
+}  // namespace platform
+
+DWORD GetLastError() { return platform::lastError; }
+void SetLastError(DWORD dwErrCode) { platform::lastError = dwErrCode; }
+BOOL DisableThreadLibraryCalls(HMODULE) { return TRUE; }

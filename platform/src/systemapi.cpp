@@ -1,0 +1,73 @@
+// The installed implementation of each system library, and the Windows functions that call it.
+#include "platform/systemapi.h"
+
+#include <atomic>
+
+namespace platform {
+namespace {
+
+template <class Api, class Real>
+class Slot {
+public:
+    Api& Current() { return *current_.load(std::memory_order_acquire); }
+    Api* Install(Api* replacement)
+    {
+        Api* previous = current_.exchange(replacement == nullptr ? &real_ : replacement, std::memory_order_acq_rel);
+        return previous == &real_ ? nullptr : previous;
+    }
+
+private:
+    Real real_;
+    std::atomic<Api*> current_{&real_};
+};
+
+Slot<IKernel32, Kernel32>& Kernel32Slot()
+{
+    static auto* slot = new Slot<IKernel32, Kernel32>;  // alive for every static destructor
+    return *slot;
+}
+
+Slot<IOle32, Ole32>& Ole32Slot()
+{
+    static auto* slot = new Slot<IOle32, Ole32>;
+    return *slot;
+}
+
+}  // namespace
+
+IKernel32& CurrentKernel32() { return Kernel32Slot().Current(); }
+IKernel32* Install(IKernel32* replacement) { return Kernel32Slot().Install(replacement); }
+IOle32& CurrentOle32() { return Ole32Slot().Current(); }
+IOle32* Install(IOle32* replacement) { return Ole32Slot().Install(replacement); }
+
+}  // namespace platform
+
+using platform::CurrentKernel32;
+using platform::CurrentOle32;
+
+HGLOBAL GlobalAlloc(UINT uFlags, SIZE_T dwBytes) { return CurrentKernel32().GlobalAlloc(uFlags, dwBytes); }
+HGLOBAL GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) { return CurrentKernel32().GlobalReAlloc(hMem, dwBytes, uFlags); }
+LPVOID GlobalLock(HGLOBAL hMem) { return CurrentKernel32().GlobalLock(hMem); }
+BOOL GlobalUnlock(HGLOBAL hMem) { return CurrentKernel32().GlobalUnlock(hMem); }
+SIZE_T GlobalSize(HGLOBAL hMem) { return CurrentKernel32().GlobalSize(hMem); }
+HGLOBAL GlobalFree(HGLOBAL hMem) { return CurrentKernel32().GlobalFree(hMem); }
+
+BOOL CloseHandle(HANDLE hObject) { return CurrentKernel32().CloseHandle(hObject); }
+HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR name) { return CurrentKernel32().CreateMutexW(attributes, initialOwner, name); }
+HANDLE OpenMutexW(DWORD access, BOOL inherit, LPCWSTR name) { return CurrentKernel32().OpenMutexW(access, inherit, name); }
+BOOL ReleaseMutex(HANDLE hMutex) { return CurrentKernel32().ReleaseMutex(hMutex); }
+DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) { return CurrentKernel32().WaitForSingleObject(hHandle, dwMilliseconds); }
+
+void GetLocalTime(SYSTEMTIME* lpSystemTime) { CurrentKernel32().GetLocalTime(lpSystemTime); }
+
+DWORD GetFileAttributesW(LPCWSTR lpFileName) { return CurrentKernel32().GetFileAttributesW(lpFileName); }
+BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes) { return CurrentKernel32().SetFileAttributesW(lpFileName, dwFileAttributes); }
+FILE* _wfsopen(const wchar_t* filename, const wchar_t* mode, int shflag) { return CurrentKernel32()._wfsopen(filename, mode, shflag); }
+
+HRESULT CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit) { return CurrentOle32().CoInitializeEx(pvReserved, dwCoInit); }
+void CoUninitialize() { CurrentOle32().CoUninitialize(); }
+HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv) { return CurrentOle32().CoCreateInstance(rclsid, pUnkOuter, dwClsContext, riid, ppv); }
+HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContext, DWORD flags, LPDWORD lpdwRegister) { return CurrentOle32().CoRegisterClassObject(rclsid, pUnk, dwClsContext, flags, lpdwRegister); }
+HRESULT CoRevokeClassObject(DWORD dwRegister) { return CurrentOle32().CoRevokeClassObject(dwRegister); }
+HRESULT CreateStreamOnHGlobal(HGLOBAL hGlobal, BOOL fDeleteOnRelease, IStream** ppstm) { return CurrentOle32().CreateStreamOnHGlobal(hGlobal, fDeleteOnRelease, ppstm); }
+HRESULT GetHGlobalFromStream(IStream* pstm, HGLOBAL* phglobal) { return CurrentOle32().GetHGlobalFromStream(pstm, phglobal); }
