@@ -1,0 +1,54 @@
+// The module's exports: the filter's class factory and the unload check.
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+#include <objbase.h>
+#include <platform/dllentry.h>
+#include <wrl/client.h>
+
+#include "moduleobjectcount.h"
+#include "xpsfilterprevfactory.h"
+
+namespace {
+
+// {71466C95-F6AC-4F67-835D-2F5F66E3EDE4} as the two little-endian words it occupies in memory.
+constexpr std::uint64_t kFilterClsidWords[2] = {0x4F67F6AC71466C95ull, 0xE4EDE3665F2F5D83ull};
+
+bool IsFilterClsid(REFCLSID clsid)
+{
+    std::uint64_t words[2];
+    std::memcpy(words, &clsid, sizeof words);
+    return words[0] == kFilterClsidWords[0] && words[1] == kFilterClsidWords[1];
+}
+
+BOOL APIENTRY DllMain(HMODULE module, DWORD reason, LPVOID)
+{
+    if (reason == DLL_PROCESS_ATTACH) {
+        DisableThreadLibraryCalls(module);
+    }
+    return TRUE;
+}
+
+}  // namespace
+
+PLATFORM_DLL_ENTRY_POINT(DllMain)
+
+STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv)
+{
+    if (ppv == nullptr) {
+        return E_POINTER;
+    }
+    *ppv = nullptr;
+    if (!IsFilterClsid(rclsid)) {
+        return CLASS_E_CLASSNOTAVAILABLE;
+    }
+    Microsoft::WRL::ComPtr<XPSFilterPrevFactory> factory;
+    factory.Attach(new (std::nothrow) XPSFilterPrevFactory);
+    if (!factory) {
+        return E_OUTOFMEMORY;
+    }
+    return factory->QueryInterface(riid, ppv);
+}
+
+STDAPI DllCanUnloadNow() { return ModuleObjectCount() == 0 ? S_OK : S_FALSE; }

@@ -1,0 +1,37 @@
+// The print pipeline filter: one object per print job.
+#pragma once
+
+#include <filterpipeline.h>
+#include <wrl/client.h>
+#include <xpsobjectmodel.h>
+
+#include "filterliveness.h"
+#include "unknownbase.h"
+
+class HostPreviewFilter : public UnknownBase<IPrintPipelineFilter> {
+public:
+    HostPreviewFilter();
+
+    HRESULT InitializeFilter(IInterFilterCommunicator* negotiation, IPrintPipelinePropertyBag* propertyBag,
+                             IPrintPipelineManagerControl* pipelineControl) override;
+    HRESULT ShutdownOperation() override;
+    HRESULT StartOperation() override;
+
+    // The cancellation callback handed to rasterizers; it reports cancellation after ShutdownOperation.
+    IXpsRasterizerNotificationCallback* Liveness() const { return m_liveness.Get(); }
+
+private:
+    ~HostPreviewFilter() override;
+
+    void InitializeFilter_throws(IInterFilterCommunicator* negotiation, IPrintPipelinePropertyBag* propertyBag,
+                                 IPrintPipelineManagerControl* pipelineControl);
+    void StartOperation_throws();
+    // Everything done with one job between the frame's set-up and its clean-up.
+    void RunJob(IXpsOMObjectFactory* xpsFactory);
+
+    Microsoft::WRL::ComPtr<IPrintReadStream> m_reader;
+    Microsoft::WRL::ComPtr<IPrintWriteStream> m_writer;
+    Microsoft::WRL::ComPtr<IPrintPipelineManagerControl> m_pipelineControl;
+    Microsoft::WRL::ComPtr<IPrintPipelinePropertyBag> m_propertyBag;
+    Microsoft::WRL::ComPtr<FilterLiveness> m_liveness;
+};

@@ -1,0 +1,87 @@
+// The driver's diagnostic log: off unless "qxdrvlog.cfg" in the log folder names a level; records
+// are queued by the callers and appended to "qxdrvlog.log" by one writer thread. The named mutex
+// "LFPDrvLoggerMutex" orders every caller and writer of every process that shares the file.
+#pragma once
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <thread>
+
+#include <windows.h>
+
+enum class LogLevel : std::int32_t {
+    Info = 0,
+    Warning = 1,
+    Exception = 2,
+    Error = 3,
+    Performance = 4,
+    Off = 5,
+};
+
+struct LogMessage {
+    std::uint32_t line;
+    std::int32_t level;
+    SYSTEMTIME time;
+    std::wstring message;
+    const wchar_t* function;  // names live as long as the process; never copied
+    const wchar_t* file;
+};
+
+class QXDrvLogger {
+public:
+    static constexpr std::size_t kMessageCharacters = 1024;  // 1023 characters and the terminator
+
+    static QXDrvLogger& GetInstance();
+
+    // Starts the log for the folder; only the first call that finds the folder has an effect.
+    static void Initialize(const std::wstring& folder);
+
+    // 0 when the configuration file was read, 2 when it could not be opened.
+    static std::int32_t ReadConfiguration();
+
+    // False when a call at this level would be dropped; callers may skip preparing the record.
+    static bool IsEnabled(LogLevel level);
+
+    void Log(LogLevel level, const wchar_t* function, const wchar_t* file, std::uint32_t line, const wchar_t* format, ...);
+    void LogV(LogLevel level, const wchar_t* function, const wchar_t* file, std::uint32_t line, const wchar_t* format,
+              va_list args);
+
+    // One record as it is written to the file, without the line break.
+    static std::wstring FormatRecord(const LogMessage& message);
+
+    ~QXDrvLogger();
+    QXDrvLogger(const QXDrvLogger&) = delete;
+    QXDrvLogger& operator=(const QXDrvLogger&) = delete;
+
+private:
+    QXDrvLogger();
+    void StartWriter();
+    static void WriterThread(std::deque<LogMessage>& queue, std::atomic<bool>& stop);
+
+    std::deque<LogMessage> m_queue;
+    std::atomic<bool> m_stop{true};
+    std::thread m_writer;
+};
+
+// Where a log call stands in the source, as the compiler names it.
+struct LogSite {
+    const char* function;  // __PRETTY_FUNCTION__
+    const char* file;      // __FILE__
+    std::uint32_t line;
+};
+
+// The qualified function name ("UnknownBase<struct IClassFactory>::QueryInterface") and the file
+// name without folder and extension ("unknownbase") of a site, converted once per site.
+const wchar_t* LogFunctionName(const char* prettyFunction);
+const wchar_t* LogFileName(const char* sourceFile);
+
+void LogAt(LogLevel level, const LogSite& site, const wchar_t* format, ...);
+
+#define QX_HERE (::LogSite{__PRETTY_FUNCTION__, __FILE__, static_cast<std::uint32_t>(__LINE__)})
+#define QXLOG(level, ...) ::LogAt((level), QX_HERE, __VA_ARGS__)
+#define QXLOG_INFO(...) QXLOG(LogLevel::Info, __VA_ARGS__)
+#define QXLOG_WARNING(...) QXLOG(LogLevel::Warning, __VA_ARGS__)
+#define QXLOG_ERROR(...) QXLOG(LogLevel::Error, __VA_ARGS__)
