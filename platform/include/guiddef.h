@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <type_traits>
 
 #include "windef.h"
 
@@ -26,4 +27,10 @@ inline bool operator!=(REFGUID a, REFGUID b) { return !IsEqualGUID(a, b); }
 
 // Every interface carries its IID as a static member, so __uuidof(I) reads as on Windows.
 #define __uuidof(Interface) (Interface::iid)
-#define IID_PPV_ARGS(pp) __uuidof(std::remove_pointer_t<std::remove_reference_t<decltype(*(pp))>>), reinterpret_cast<void**>(pp)
+template <class T>
+void** IID_PPV_ARGS_Helper(T** pp)
+{
+    return reinterpret_cast<void**>(pp);
+}
+#define IID_PPV_ARGS(pp) \
+    __uuidof(std::remove_pointer_t<std::remove_reference_t<decltype(*(pp))>>), IID_PPV_ARGS_Helper(pp)

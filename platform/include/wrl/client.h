@@ -23,6 +23,12 @@ private:
     C* ptr_;
 };
 
+template <class C>
+void** IID_PPV_ARGS_Helper(ComPtrRef<C> ref)
+{
+    return static_cast<void**>(ref);
+}
+
 template <class T>
 class ComPtr {
 public:

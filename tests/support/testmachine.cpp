@@ -1,0 +1,74 @@
+#include "testmachine.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include <platform/machine.h>
+#include <platform/text.h>
+
+#include "qxdrvlogger.h"
+
+namespace testsupport {
+
+namespace fs = std::filesystem;
+
+TestMachine& TestMachine::Get()
+{
+    static TestMachine* machine = new TestMachine;
+    return *machine;
+}
+
+TestMachine::TestMachine()
+{
+    char pattern[] = "/tmp/qxtest-machine-XXXXXX";
+    root_ = ::mkdtemp(pattern);
+    platform::SetMachineRoot(root_.string());
+    const fs::path logFolder = root_ / "C" / "QX Inc" / "Calvost";
+    fs::create_directories(logFolder);
+    std::ofstream(logFolder / "qxdrvlog.cfg") << "info\n";
+    QXDrvLogger::Initialize(L"C:\\QX Inc\\Calvost");
+}
+
+fs::path TestMachine::LogFile() const { return root_ / "C" / "QX Inc" / "Calvost" / "qxdrvlog.log"; }
+
+LogTail::LogTail()
+{
+    std::error_code error;
+    const auto size = fs::file_size(TestMachine::Get().LogFile(), error);
+    mark_ = error ? 0 : size;
+}
+
+std::string LogTail::ReadSinceMark() const
+{
+    std::ifstream file(TestMachine::Get().LogFile(), std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(mark_));
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+bool LogTail::WaitFor(const std::wstring& text) const
+{
+    const std::string wanted = platform::ToUtf8(text);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (ReadSinceMark().find(wanted) != std::string::npos) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
+std::string LogTail::Settled() const
+{
+    static int sentinels = 0;
+    const std::wstring sentinel = L"test sentinel " + std::to_wstring(++sentinels);
+    QXLOG_INFO(L"%s", sentinel.c_str());
+    WaitFor(sentinel);
+    const std::string text = ReadSinceMark();
+    return text.substr(0, text.find(platform::ToUtf8(sentinel)));
+}
+
+}  // namespace testsupport

@@ -1,0 +1,38 @@
+// A simulated machine for one test program: a fresh machine root in a temporary folder, with the
+// driver log switched on at info level so that tests can read what the system logged.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace testsupport {
+
+class TestMachine {
+public:
+    // Creates the root, points the platform at it, writes the log configuration and starts the log.
+    static TestMachine& Get();
+
+    const std::filesystem::path& Root() const { return root_; }
+    std::filesystem::path LogFile() const;
+
+private:
+    TestMachine();
+    std::filesystem::path root_;
+};
+
+// What the driver log received from one point on: mark, act, then read.
+class LogTail {
+public:
+    LogTail();
+    // Waits (bounded, generously) until the text appears after the mark; false if it never does.
+    bool WaitFor(const std::wstring& text) const;
+    // Everything logged after the mark, up to a sentinel record logged and awaited by this call, so
+    // that a line the system did not write can be shown to be absent.
+    std::string Settled() const;
+
+private:
+    std::string ReadSinceMark() const;
+    std::uintmax_t mark_;
+};
+
+}  // namespace testsupport

@@ -1,0 +1,423 @@
+// The Windows stand-in answers as Windows does: exact HRESULTs, last errors and layouts.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <objbase.h>
+#include <platform/comobject.h>
+#include <platform/machine.h>
+#include <platform/systemapi.h>
+#include <platform/text.h>
+#include <windows.h>
+#include <wrl/client.h>
+#include <xpsobjectmodel.h>
+
+using Microsoft::WRL::ComPtr;
+namespace fs = std::filesystem;
+
+extern char** environ;
+
+namespace {
+
+std::wstring Format(const wchar_t* format, ...)
+{
+    wchar_t buffer[64];
+    va_list args;
+    va_start(args, format);
+    _vsnwprintf_s(buffer, 64, _TRUNCATE, format, args);
+    va_end(args);
+    return buffer;
+}
+
+TEST(WidePrintf, FollowsTheCRuntimeRulesForStringConversions)
+{
+    EXPECT_EQ(Format(L"[%s]", L"wide"), L"[wide]");
+    EXPECT_EQ(Format(L"[%ls|%ws]", L"a", L"b"), L"[a|b]");
+    EXPECT_EQ(Format(L"[%S|%hs]", "narrow", "short"), L"[narrow|short]");
+    EXPECT_EQ(Format(L"[%c%C]", L'w', 'n'), L"[wn]");
+    EXPECT_EQ(Format(L"[%5s|%-3s|%.2s]", L"ab", L"c", L"xyz"), L"[   ab|c  |xy]");
+    EXPECT_EQ(Format(L"%d", static_cast<int>(E_ABORT)), L"-2147467260");
+    EXPECT_EQ(Format(L"%I64d %I32u %Iu %%s", -5LL, 7u, static_cast<size_t>(9)), L"-5 7 9 %s");
+    EXPECT_EQ(Format(L"%08X", 0x8007000Eu), L"8007000E");
+}
+
+TEST(WidePrintf, TruncatesToTheBufferAndReportsIt)
+{
+    wchar_t buffer[8];
+    EXPECT_EQ(_snwprintf_s(buffer, 8, _TRUNCATE, L"%s", L"0123456789"), -1);
+    EXPECT_STREQ(buffer, L"0123456");
+    EXPECT_EQ(_snwprintf_s(buffer, 8, _TRUNCATE, L"%s", L"0123456"), 7);
+}
+
+TEST(Text, ConvertsBetweenWideUtf8AndUtf16)
+{
+    const std::wstring text = L"Calvost \u00e9\u20ac\U0001F5A8";
+    EXPECT_EQ(platform::FromUtf8(platform::ToUtf8(text)), text);
+    EXPECT_EQ(platform::ToUtf16(text).size(), text.size() + 1);  // the printer is a surrogate pair
+    EXPECT_EQ(platform::FromUtf16(platform::ToUtf16(text)), text);
+    EXPECT_EQ(platform::FromUtf8("a\xff" "b\xc3"), L"a\uFFFD" L"b\uFFFD");
+    EXPECT_EQ(platform::FromUtf8("\xc0\xaf"), L"\uFFFD");  // overlong
+}
+
+TEST(Bstr, KeepsItsLengthAndEmbeddedNulls)
+{
+    BSTR text = SysAllocStringLen(L"ab\0cd", 5);
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(SysStringLen(text), 5u);
+    EXPECT_EQ(text[5], L'\0');
+    SysFreeString(text);
+    EXPECT_EQ(SysStringLen(nullptr), 0u);
+    EXPECT_EQ(SysAllocString(nullptr), nullptr);
+    SysFreeString(nullptr);
+}
+
+class CountedObject : public platform::ComObject<CountedObject, IStream> {
+public:
+    explicit CountedObject(int& alive) : alive_(alive) { ++alive_; }
+    ~CountedObject() override { --alive_; }
+    HRESULT Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+    HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
+    HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+    HRESULT Commit(DWORD) override { return E_NOTIMPL; }
+    HRESULT Revert() override { return E_NOTIMPL; }
+    HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+    HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+    HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
+    HRESULT Clone(IStream**) override { return E_NOTIMPL; }
+
+private:
+    int& alive_;
+};
+
+TEST(Variant, CopiesOwnTheirTextAndReferences)
+{
+    int alive = 0;
+    VARIANT text;
+    VariantInit(&text);
+    text.vt = VT_BSTR;
+    text.bstrVal = SysAllocString(L"PrinterName");
+    VARIANT object;
+    VariantInit(&object);
+    object.vt = VT_UNKNOWN;
+    object.punkVal = static_cast<IStream*>(new CountedObject(alive));
+
+    VARIANT textCopy;
+    VARIANT objectCopy;
+    VariantInit(&textCopy);
+    VariantInit(&objectCopy);
+    ASSERT_EQ(VariantCopy(&textCopy, &text), S_OK);
+    ASSERT_EQ(VariantCopy(&objectCopy, &object), S_OK);
+    EXPECT_NE(textCopy.bstrVal, text.bstrVal);
+    EXPECT_STREQ(textCopy.bstrVal, L"PrinterName");
+
+    VariantClear(&text);
+    VariantClear(&object);
+    EXPECT_EQ(text.vt, VT_EMPTY);
+    EXPECT_EQ(alive, 1);  // the copy still holds a reference
+    EXPECT_STREQ(textCopy.bstrVal, L"PrinterName");
+    VariantClear(&objectCopy);
+    VariantClear(&textCopy);
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(ComObject, AnswersForItsInterfacesAndTheirBases)
+{
+    int alive = 0;
+    ComPtr<IStream> stream;
+    stream.Attach(new CountedObject(alive));
+    ComPtr<ISequentialStream> sequential;
+    EXPECT_EQ(stream.As(&sequential), S_OK);
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(stream.As(&factory), E_NOINTERFACE);
+    EXPECT_FALSE(factory);
+    EXPECT_EQ(stream->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    stream.Reset();
+    sequential.Reset();
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(GlobalMemory, LocksCountAndStaleHandlesFail)
+{
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 16);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(GlobalSize(block), 16u);
+    auto* first = static_cast<BYTE*>(GlobalLock(block));
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first[15], 0);
+    EXPECT_EQ(GlobalLock(block), first);
+    EXPECT_TRUE(GlobalUnlock(block));  // still locked once
+    EXPECT_FALSE(GlobalUnlock(block));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_FALSE(GlobalUnlock(block));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_LOCKED));
+    EXPECT_EQ(GlobalFree(block), nullptr);
+
+    EXPECT_EQ(GlobalLock(block), nullptr);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(GlobalFree(block), block);
+}
+
+TEST(StreamOnHGlobal, ReadsWritesSeeksAndGrows)
+{
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, 4);
+    ASSERT_NE(block, nullptr);
+    std::memcpy(GlobalLock(block), "abcd", 4);
+    GlobalUnlock(block);
+    ComPtr<IStream> stream;
+    ASSERT_EQ(CreateStreamOnHGlobal(block, TRUE, &stream), S_OK);
+
+    char buffer[8] = {};
+    ULONG read = 0;
+    EXPECT_EQ(stream->Read(buffer, 8, &read), S_OK);
+    EXPECT_EQ(read, 4u);
+    EXPECT_EQ(std::string(buffer, 4), "abcd");
+    EXPECT_EQ(stream->Read(buffer, 8, &read), S_OK);
+    EXPECT_EQ(read, 0u);
+
+    ULONG written = 0;
+    EXPECT_EQ(stream->Write("efgh", 4, &written), S_OK);
+    EXPECT_EQ(written, 4u);
+    STATSTG status{};
+    EXPECT_EQ(stream->Stat(&status, STATFLAG_NONAME), S_OK);
+    EXPECT_EQ(status.cbSize.QuadPart, 8u);
+
+    LARGE_INTEGER move{};
+    move.QuadPart = -3;
+    ULARGE_INTEGER position{};
+    EXPECT_EQ(stream->Seek(move, STREAM_SEEK_END, &position), S_OK);
+    EXPECT_EQ(position.QuadPart, 5u);
+    move.QuadPart = -6;
+    EXPECT_EQ(stream->Seek(move, STREAM_SEEK_CUR, nullptr), STG_E_INVALIDFUNCTION);
+
+    HGLOBAL behind = nullptr;
+    EXPECT_EQ(GetHGlobalFromStream(stream.Get(), &behind), S_OK);
+    EXPECT_EQ(behind, block);
+    stream.Reset();
+    EXPECT_EQ(GlobalLock(block), nullptr) << "delete-on-release frees the block with the stream";
+}
+
+TEST(StreamOnHGlobal, LeavesTheBlockWithTheCallerWithoutDeleteOnRelease)
+{
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, 4);
+    ComPtr<IStream> stream;
+    ASSERT_EQ(CreateStreamOnHGlobal(block, FALSE, &stream), S_OK);
+    stream.Reset();
+    EXPECT_NE(GlobalLock(block), nullptr);
+    GlobalUnlock(block);
+    GlobalFree(block);
+
+    EXPECT_EQ(CreateStreamOnHGlobal(block, TRUE, &stream), E_INVALIDARG) << "a freed block";
+    EXPECT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, nullptr), E_INVALIDARG);
+}
+
+TEST(Com, ActivationNeedsAnApartment)
+{
+    ComPtr<IXpsOMObjectFactory> factory;
+    EXPECT_EQ(CoCreateInstance(CLSID_XpsOMObjectFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
+              CO_E_NOTINITIALIZED);
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_FALSE);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), RPC_E_CHANGED_MODE);
+    EXPECT_EQ(CoCreateInstance(CLSID_XpsOMObjectFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)), S_OK);
+    EXPECT_TRUE(factory);
+    factory.Reset();
+    const CLSID unknown = {0x12345678, 0, 0, {0, 0, 0, 0, 0, 0, 0, 1}};
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(CoCreateInstance(unknown, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), REGDB_E_CLASSNOTREG);
+    CoUninitialize();
+    CoUninitialize();
+}
+
+TEST(Com, ARegisteredClassObjectServesItsClassUntilRevoked)
+{
+    const CLSID clsid = {0x0BADF00D, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}};
+    int alive = 0;
+    ComPtr<IClassFactory> factory;
+    factory.Attach(new platform::FunctionClassFactory([&]() -> IUnknown* { return static_cast<IStream*>(new CountedObject(alive)); }));
+    DWORD cookie = 0;
+    ASSERT_EQ(CoRegisterClassObject(clsid, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie), S_OK);
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    ComPtr<IStream> stream;
+    EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&stream)), S_OK);
+    EXPECT_EQ(alive, 1);
+    ComPtr<IUnknown> outer;
+    outer.Attach(static_cast<IStream*>(new CountedObject(alive)));
+    EXPECT_EQ(CoCreateInstance(clsid, outer.Get(), CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&stream)), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
+    EXPECT_EQ(CoRevokeClassObject(cookie), E_INVALIDARG);
+    EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&stream)), REGDB_E_CLASSNOTREG);
+    CoUninitialize();
+}
+
+TEST(SystemApi, AnInstalledDoubleFailsOneCallAndIsRemovedAfterItsScope)
+{
+    struct FailingAlloc : platform::Kernel32 {
+        HGLOBAL GlobalAlloc(UINT, SIZE_T) override
+        {
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        }
+    } failing;
+    {
+        platform::ScopedInstall<platform::IKernel32> scope(failing);
+        EXPECT_EQ(GlobalAlloc(GMEM_MOVEABLE, 1), nullptr);
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+    }
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, 1);
+    EXPECT_NE(block, nullptr);
+    GlobalFree(block);
+}
+
+TEST(Mutex, IsRecursiveForItsOwnerAndExclusiveForOthers)
+{
+    const HANDLE mutex = CreateMutexW(nullptr, TRUE, L"QXTestMutexThreads");
+    ASSERT_NE(mutex, nullptr);
+    EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_OBJECT_0);
+    DWORD otherWait = 0;
+    BOOL otherRelease = TRUE;
+    DWORD otherError = 0;
+    std::thread([&] {
+        const HANDLE other = OpenMutexW(SYNCHRONIZE, FALSE, L"QXTestMutexThreads");
+        otherWait = WaitForSingleObject(other, 20);
+        otherRelease = ReleaseMutex(other);
+        otherError = GetLastError();
+        CloseHandle(other);
+    }).join();
+    EXPECT_EQ(otherWait, WAIT_TIMEOUT);
+    EXPECT_FALSE(otherRelease);
+    EXPECT_EQ(otherError, static_cast<DWORD>(ERROR_NOT_OWNER));
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_FALSE(ReleaseMutex(mutex));
+
+    std::thread([&] { otherWait = WaitForSingleObject(mutex, 1000); ReleaseMutex(mutex); }).join();
+    EXPECT_EQ(otherWait, WAIT_OBJECT_0);
+    EXPECT_TRUE(CloseHandle(mutex));
+    EXPECT_FALSE(CloseHandle(mutex));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_FAILED);
+}
+
+// Another process holding a named mutex, driven through its standard input and output.
+class MutexHolder {
+public:
+    MutexHolder(const std::string& name, bool die)
+    {
+        int toChild[2];
+        int fromChild[2];
+        EXPECT_EQ(::pipe2(toChild, O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe2(fromChild, O_CLOEXEC), 0);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, toChild[0], 0);
+        posix_spawn_file_actions_adddup2(&actions, fromChild[1], 1);
+        std::string program = MUTEXHOLDER_PATH;
+        std::string dieWord = die ? "die" : "keep";
+        char* argv[] = {program.data(), const_cast<char*>(name.c_str()), dieWord.data(), nullptr};
+        EXPECT_EQ(posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv, environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        ::close(toChild[0]);
+        ::close(fromChild[1]);
+        input_ = toChild[1];
+        output_ = fromChild[0];
+    }
+    ~MutexHolder()
+    {
+        Let();
+        ::close(output_);
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+    }
+    bool Holds()
+    {
+        char text[5] = {};
+        return ::read(output_, text, 4) == 4 && std::string(text) == "held";
+    }
+    void Let()
+    {
+        if (input_ >= 0) {
+            ::close(input_);
+            input_ = -1;
+        }
+    }
+    void WaitForExit()
+    {
+        Let();
+        int status = 0;
+        ::waitpid(pid_, &status, 0);
+        pid_ = -1;
+    }
+
+private:
+    pid_t pid_ = -1;
+    int input_ = -1;
+    int output_ = -1;
+};
+
+TEST(Mutex, ANamedMutexOrdersProcessesAndSurvivesADeadOwner)
+{
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"QXTestMutexProcesses");
+    ASSERT_NE(mutex, nullptr);
+    {
+        MutexHolder holder("QXTestMutexProcesses", false);
+        ASSERT_TRUE(holder.Holds());
+        EXPECT_EQ(WaitForSingleObject(mutex, 50), WAIT_TIMEOUT);
+        holder.Let();
+        EXPECT_EQ(WaitForSingleObject(mutex, INFINITE), WAIT_OBJECT_0);
+        EXPECT_TRUE(ReleaseMutex(mutex));
+    }
+    {
+        MutexHolder holder("QXTestMutexProcesses", true);
+        ASSERT_TRUE(holder.Holds());
+        holder.WaitForExit();
+        EXPECT_EQ(WaitForSingleObject(mutex, 5000), WAIT_OBJECT_0) << "the dead owner's lock is gone";
+        EXPECT_TRUE(ReleaseMutex(mutex));
+    }
+    CloseHandle(mutex);
+}
+
+TEST(Machine, MapsWindowsPathsUnderTheRoot)
+{
+    const std::string root = platform::MachineRoot();
+    EXPECT_EQ(platform::HostPathOf(L"C:\\QX Inc\\Calvost"), root + "/C/QX Inc/Calvost");
+    EXPECT_EQ(platform::HostPathOf(L"c:/QX Inc/./Calvost/"), root + "/C/QX Inc/Calvost");
+    EXPECT_EQ(platform::HostPathOf(L"D:\\a\\..\\b"), root + "/D/b");
+    EXPECT_EQ(platform::HostPathOf(L"\\\\server\\share\\x"), root + "/UNC/server/share/x");
+    EXPECT_EQ(platform::HostPathOf(L"C:\\..\\etc"), std::nullopt);
+    EXPECT_EQ(platform::HostPathOf(L"relative\\path"), std::nullopt);
+    EXPECT_EQ(platform::HostPathOf(L""), std::nullopt);
+}
+
+TEST(Machine, FileAttributesFollowWindows)
+{
+    const fs::path folder = fs::path(platform::MachineRoot()) / "C" / "attributes";
+    fs::create_directories(folder);
+    std::ofstream(folder / "file.txt") << "x";
+
+    EXPECT_EQ(GetFileAttributesW(L"C:\\attributes"), FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(GetFileAttributesW(L"C:\\attributes\\file.txt"), FILE_ATTRIBUTE_ARCHIVE);
+    EXPECT_TRUE(SetFileAttributesW(L"C:\\attributes\\file.txt", FILE_ATTRIBUTE_NORMAL));
+    EXPECT_EQ(GetFileAttributesW(L"C:\\attributes\\file.txt"), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_TRUE(SetFileAttributesW(L"C:\\attributes", FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(GetFileAttributesW(L"C:\\attributes"), FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(SetFileAttributesW(L"C:\\attributes", FILE_ATTRIBUTE_DIRECTORY));
+    EXPECT_EQ(GetFileAttributesW(L"C:\\attributes"), FILE_ATTRIBUTE_DIRECTORY);
+
+    EXPECT_EQ(GetFileAttributesW(L"C:\\attributes\\missing"), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(GetFileAttributesW(L"nowhere"), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+    fs::remove_all(folder);
+}
+
+}  // namespace
