@@ -64,6 +64,7 @@ private:
     std::deque<LogMessage> m_queue;
     std::atomic<bool> m_stop{true};
     std::thread m_writer;
+    HANDLE m_mutex = nullptr;  // "LFPDrvLoggerMutex", held for the instance's life
 };
 
 // Where a log call stands in the source, as the compiler names it.
