@@ -1,14 +1,16 @@
-// Mutexes. A named mutex is one object per name for every process of this user: inside a process
-// the threads queue on a condition variable, and the thread that owns it also holds an exclusive
-// lock on a file named after the mutex, which orders the processes. The kernel drops that lock
-// when a process dies, so a crashed owner never blocks the others.
+// Mutexes. A mutex is a robust pthread mutex: owned by a thread, recursive for its owner, and
+// reported abandoned (WAIT_ABANDONED) to the next waiter when its owner dies holding it. A named
+// mutex lives in a small file mapped by every process of this user that opens the name, so the
+// processes share one object as in one Windows session; uncontended waits need no system call.
 #include <fcntl.h>
-#include <sys/file.h>
+#include <pthread.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
+#include <cerrno>
+#include <ctime>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -20,6 +22,29 @@
 namespace platform {
 namespace {
 
+// The shared layout of a named mutex's file. A fresh file is all zeros: the first opener to move
+// state from kEmpty initialises the mutex, the others wait until it is kReady.
+struct SharedMutex {
+    static constexpr std::uint32_t kEmpty = 0;
+    static constexpr std::uint32_t kInitialising = 1;
+    static constexpr std::uint32_t kReady = 2;
+    std::atomic<std::uint32_t> state;
+    pthread_mutex_t mutex;
+};
+
+void InitialiseMutex(pthread_mutex_t& mutex, bool shared)
+{
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    if (shared) {
+        pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    }
+    pthread_mutex_init(&mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
 std::string ObjectFolder()
 {
     const std::string folder = "/tmp/qxplatform-objects-" + std::to_string(::getuid());
@@ -27,7 +52,7 @@ std::string ObjectFolder()
     return folder;
 }
 
-std::string LockFileOf(const std::wstring& name)
+std::string FileOf(const std::wstring& name)
 {
     static const char hex[] = "0123456789abcdef";
     std::string file;
@@ -45,87 +70,100 @@ std::string LockFileOf(const std::wstring& name)
 
 class MutexCore {
 public:
-    explicit MutexCore(int lockFile) : lockFile_(lockFile) {}
-    ~MutexCore()
-    {
-        if (lockFile_ >= 0) {
-            ::close(lockFile_);
-        }
-    }
+    virtual ~MutexCore() = default;
 
     DWORD Acquire(DWORD milliseconds)
     {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-        const auto me = std::this_thread::get_id();
-        std::unique_lock lock(mutex_);
-        if (owner_ == me) {
-            ++recursion_;
-            return WAIT_OBJECT_0;
-        }
-        const auto free = [&] { return owner_ == std::thread::id(); };
+        int result = 0;
         if (milliseconds == INFINITE) {
-            released_.wait(lock, free);
-        } else if (!released_.wait_until(lock, deadline, free)) {
-            return WAIT_TIMEOUT;
+            result = pthread_mutex_lock(&Mutex());
+        } else {
+            timespec deadline{};
+            ::clock_gettime(CLOCK_REALTIME, &deadline);
+            deadline.tv_sec += milliseconds / 1000;
+            deadline.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000L;
+            if (deadline.tv_nsec >= 1000000000L) {
+                deadline.tv_sec += 1;
+                deadline.tv_nsec -= 1000000000L;
+            }
+            result = pthread_mutex_timedlock(&Mutex(), &deadline);
         }
-        owner_ = me;
-        recursion_ = 1;
-        lock.unlock();
-        if (!LockFile(milliseconds, deadline)) {
-            lock.lock();
-            Disown();
+        switch (result) {
+        case 0:
+            return WAIT_OBJECT_0;
+        case EOWNERDEAD:
+            pthread_mutex_consistent(&Mutex());
+            return WAIT_ABANDONED;
+        case ETIMEDOUT:
             return WAIT_TIMEOUT;
+        default:
+            ::SetLastError(ERROR_INVALID_HANDLE);
+            return WAIT_FAILED;
         }
-        return WAIT_OBJECT_0;
     }
 
-    bool Release()
-    {
-        std::lock_guard lock(mutex_);
-        if (owner_ != std::this_thread::get_id()) {
-            return false;
-        }
-        if (--recursion_ == 0) {
-            if (lockFile_ >= 0) {
-                ::flock(lockFile_, LOCK_UN);
-            }
-            Disown();
-        }
-        return true;
-    }
+    bool Release() { return pthread_mutex_unlock(&Mutex()) == 0; }
+
+protected:
+    virtual pthread_mutex_t& Mutex() = 0;
+};
+
+class LocalMutex : public MutexCore {
+public:
+    LocalMutex() { InitialiseMutex(mutex_, false); }
+    ~LocalMutex() override { pthread_mutex_destroy(&mutex_); }
+
+protected:
+    pthread_mutex_t& Mutex() override { return mutex_; }
 
 private:
-    bool LockFile(DWORD milliseconds, std::chrono::steady_clock::time_point deadline)
+    pthread_mutex_t mutex_;
+};
+
+class NamedMutex : public MutexCore {
+public:
+    // Null when the file cannot be made or mapped.
+    static std::shared_ptr<NamedMutex> Open(const std::string& file, bool create, bool& existed)
     {
-        if (lockFile_ < 0) {
-            return true;
+        existed = ::access(file.c_str(), F_OK) == 0;
+        if (!existed && !create) {
+            return nullptr;
         }
-        if (milliseconds == INFINITE) {
-            while (::flock(lockFile_, LOCK_EX) != 0) {
-            }
-            return true;
+        const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (fd < 0) {
+            return nullptr;
         }
-        while (::flock(lockFile_, LOCK_EX | LOCK_NB) != 0) {
-            if (std::chrono::steady_clock::now() >= deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        struct stat status {};
+        if (::fstat(fd, &status) != 0 ||
+            (status.st_size < static_cast<off_t>(sizeof(SharedMutex)) && ::ftruncate(fd, sizeof(SharedMutex)) != 0)) {
+            ::close(fd);
+            return nullptr;
         }
-        return true;
+        void* mapped = ::mmap(nullptr, sizeof(SharedMutex), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+        ::close(fd);
+        if (mapped == MAP_FAILED) {
+            return nullptr;
+        }
+        auto* shared = static_cast<SharedMutex*>(mapped);
+        std::uint32_t expected = SharedMutex::kEmpty;
+        if (shared->state.compare_exchange_strong(expected, SharedMutex::kInitialising)) {
+            InitialiseMutex(shared->mutex, true);
+            shared->state.store(SharedMutex::kReady);
+        }
+        while (shared->state.load() != SharedMutex::kReady) {
+            std::this_thread::yield();
+        }
+        return std::shared_ptr<NamedMutex>(new NamedMutex(shared));
     }
 
-    void Disown()
-    {
-        owner_ = std::thread::id();
-        recursion_ = 0;
-        released_.notify_one();
-    }
+    ~NamedMutex() override { ::munmap(shared_, sizeof(SharedMutex)); }
 
-    const int lockFile_;
-    std::mutex mutex_;
-    std::condition_variable released_;
-    std::thread::id owner_;
-    unsigned recursion_ = 0;
+protected:
+    pthread_mutex_t& Mutex() override { return shared_->mutex; }
+
+private:
+    explicit NamedMutex(SharedMutex* shared) : shared_(shared) {}
+    SharedMutex* shared_;
 };
 
 class MutexHandle : public KernelObject {
@@ -138,37 +176,24 @@ private:
     std::shared_ptr<MutexCore> core_;
 };
 
-// Named cores of this process; a name is forgotten when its last handle closes.
+// This process's mapping of each name; a name is unmapped when its last handle closes.
 class NamedMutexes {
 public:
-    std::shared_ptr<MutexCore> Find(const std::wstring& name)
+    std::shared_ptr<MutexCore> Open(const std::wstring& name, bool create, bool& existed)
     {
         std::lock_guard lock(mutex_);
-        const auto found = cores_.find(name);
-        return found == cores_.end() ? nullptr : found->second.lock();
-    }
-
-    std::shared_ptr<MutexCore> FindOrCreate(const std::wstring& name, bool& existed)
-    {
-        std::lock_guard lock(mutex_);
-        if (auto core = cores_[name].lock()) {
+        if (auto core = mapped_[name].lock()) {
             existed = true;
             return core;
         }
-        const std::string file = LockFileOf(name);
-        existed = ::access(file.c_str(), F_OK) == 0;
-        const int fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        if (fd < 0) {
-            return nullptr;
-        }
-        auto core = std::make_shared<MutexCore>(fd);
-        cores_[name] = core;
+        auto core = NamedMutex::Open(FileOf(name), create, existed);
+        mapped_[name] = core;
         return core;
     }
 
 private:
     std::mutex mutex_;
-    std::map<std::wstring, std::weak_ptr<MutexCore>> cores_;
+    std::map<std::wstring, std::weak_ptr<MutexCore>> mapped_;
 };
 
 NamedMutexes& Names()
@@ -184,13 +209,10 @@ HANDLE Kernel32::CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL initialOwner, LPCWSTR 
     std::shared_ptr<MutexCore> core;
     bool existed = false;
     if (name == nullptr || *name == L'\0') {
-        core = std::make_shared<MutexCore>(-1);
-    } else {
-        core = Names().FindOrCreate(name, existed);
-        if (!core) {
-            ::SetLastError(ERROR_ACCESS_DENIED);
-            return nullptr;
-        }
+        core = std::make_shared<LocalMutex>();
+    } else if (!(core = Names().Open(name, true, existed))) {
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return nullptr;
     }
     const HANDLE handle = HandleTable::Add(std::make_shared<MutexHandle>(core));
     if (initialOwner) {
@@ -206,19 +228,11 @@ HANDLE Kernel32::OpenMutexW(DWORD, BOOL, LPCWSTR name)
         ::SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    auto core = Names().Find(name);
+    bool existed = false;
+    const auto core = Names().Open(name, false, existed);
     if (!core) {
-        // Another process may have created it: its lock file then exists.
-        if (::access(LockFileOf(name).c_str(), F_OK) != 0) {
-            ::SetLastError(ERROR_FILE_NOT_FOUND);
-            return nullptr;
-        }
-        bool existed = false;
-        core = Names().FindOrCreate(name, existed);
-        if (!core) {
-            ::SetLastError(ERROR_ACCESS_DENIED);
-            return nullptr;
-        }
+        ::SetLastError(existed ? ERROR_ACCESS_DENIED : ERROR_FILE_NOT_FOUND);
+        return nullptr;
     }
     return HandleTable::Add(std::make_shared<MutexHandle>(core));
 }

@@ -1,0 +1,703 @@
+// The pipeline's side of a filter's world, and the host program that runs a filter module through it.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "pipelinehost/calllog.h"
+#include "pipelinehost/hresulttext.h"
+#include "pipelinehost/interfiltercommunicator.h"
+#include "pipelinehost/pipelinecontrol.h"
+#include "pipelinehost/propertybag.h"
+#include "pipelinehost/readstream.h"
+#include "pipelinehost/writestream.h"
+
+extern char** environ;
+
+namespace {
+
+using Microsoft::WRL::ComPtr;
+using namespace pipelinehost;
+namespace fs = std::filesystem;
+
+// An object that is nothing but an IUnknown, whose reference count a test can read.
+class Probe : public platform::ComObject<Probe, IUnknown> {
+public:
+    static ComPtr<Probe> Create()
+    {
+        ComPtr<Probe> probe;
+        probe.Attach(new Probe);
+        return probe;
+    }
+    ULONG References()
+    {
+        AddRef();
+        return Release();
+    }
+};
+
+// Polls until the condition holds; false after a generous bound, so a broken wait fails instead of hanging.
+bool Eventually(const std::function<bool()>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+struct ReadResult {
+    HRESULT hr = E_UNEXPECTED;
+    std::string bytes;
+    BOOL endOfFile = -1;
+};
+
+ReadResult Read(IPrintReadStream& stream, ULONG count)
+{
+    ReadResult result;
+    std::string buffer(count, '\0');
+    ULONG read = 0;
+    result.hr = stream.ReadBytes(buffer.data(), count, &read, &result.endOfFile);
+    result.bytes = buffer.substr(0, read);
+    return result;
+}
+
+HRESULT Write(IPrintWriteStream& stream, const std::string& bytes, ULONG* written)
+{
+    return stream.WriteBytes(bytes.data(), static_cast<ULONG>(bytes.size()), written);
+}
+
+std::string AsText(const std::vector<BYTE>& bytes) { return std::string(bytes.begin(), bytes.end()); }
+std::vector<BYTE> AsBytes(const std::string& text) { return std::vector<BYTE>(text.begin(), text.end()); }
+
+// A folder of its own for each test that needs files.
+class TempFolder {
+public:
+    TempFolder()
+    {
+        char pattern[] = "/tmp/qxtest-pipelinehost-XXXXXX";
+        path_ = ::mkdtemp(pattern);
+    }
+    ~TempFolder()
+    {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    fs::path operator/(const std::string& name) const { return path_ / name; }
+    const fs::path& Path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+void WriteFile(const fs::path& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
+
+std::string ReadFile(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+// ---- property bag
+
+TEST(PropertyBag, GetReturnsWhatWasAdded)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->Set(L"PrintJobId", 12);
+    bag->Set(L"PrinterName", std::wstring(L"QX 5200"));
+
+    VARIANT value;
+    ASSERT_EQ(bag->GetProperty(L"PrintJobId", &value), S_OK);
+    EXPECT_EQ(value.vt, VT_I4);
+    EXPECT_EQ(value.lVal, 12);
+    ASSERT_EQ(bag->GetProperty(L"PrinterName", &value), S_OK);
+    ASSERT_EQ(value.vt, VT_BSTR);
+    EXPECT_STREQ(value.bstrVal, L"QX 5200");
+    VariantClear(&value);
+}
+
+TEST(PropertyBag, GetPropertyHandsOutAnIndependentCopy)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->Set(L"XPS_FP_PIN", std::wstring(L"1234"));
+
+    VARIANT first;
+    ASSERT_EQ(bag->GetProperty(L"XPS_FP_PIN", &first), S_OK);
+    first.bstrVal[0] = L'9';
+    VARIANT second;
+    ASSERT_EQ(bag->GetProperty(L"XPS_FP_PIN", &second), S_OK);
+    EXPECT_NE(first.bstrVal, second.bstrVal);
+    EXPECT_STREQ(second.bstrVal, L"1234");
+    VariantClear(&first);  // freeing the caller's copy leaves the bag's value intact
+    VariantClear(&second);
+    EXPECT_STREQ(bag->Get(L"XPS_FP_PIN")->Get().bstrVal, L"1234");
+}
+
+TEST(PropertyBag, AddPropertyStoresACopyOfTheCallersValue)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    OwnedVariant text = OwnedVariant::String(L"abc");
+    ASSERT_EQ(bag->AddProperty(L"Name", &text.Get()), S_OK);
+    text = OwnedVariant::Int32(0);  // frees the caller's BSTR
+    EXPECT_STREQ(bag->Get(L"Name")->Get().bstrVal, L"abc");
+}
+
+TEST(PropertyBag, MissingNameFailsWithNotFoundAndAnEmptyValue)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    VARIANT value;
+    value.vt = VT_I4;
+    EXPECT_EQ(bag->GetProperty(L"PrintJobId", &value), kPropertyNotFound);
+    EXPECT_EQ(kPropertyNotFound, static_cast<HRESULT>(0x80070490));
+    EXPECT_EQ(value.vt, VT_EMPTY);
+    EXPECT_FALSE(bag->Get(L"PrintJobId").has_value());
+}
+
+TEST(PropertyBag, BadArgumentsFailWithTheirHresults)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    OwnedVariant number = OwnedVariant::Int32(1);
+    VARIANT value;
+    EXPECT_EQ(bag->AddProperty(nullptr, &number.Get()), E_INVALIDARG);
+    EXPECT_EQ(bag->AddProperty(L"", &number.Get()), E_INVALIDARG);
+    EXPECT_EQ(bag->AddProperty(L"Name", nullptr), E_POINTER);
+    EXPECT_EQ(bag->GetProperty(nullptr, &value), E_INVALIDARG);
+    EXPECT_EQ(bag->GetProperty(L"Name", nullptr), E_POINTER);
+    EXPECT_EQ(bag->DeleteProperty(nullptr), FALSE);
+    EXPECT_TRUE(bag->Names().empty());
+}
+
+TEST(PropertyBag, AddingAnExistingNameReplacesTheValueInItsPlace)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->Set(L"A", 1);
+    bag->Set(L"B", 2);
+    OwnedVariant text = OwnedVariant::String(L"three");
+    ASSERT_EQ(bag->AddProperty(L"A", &text.Get()), S_OK);
+
+    EXPECT_EQ(bag->Names(), (std::vector<std::wstring>{L"A", L"B"}));
+    EXPECT_EQ(bag->Get(L"A")->Type(), VT_BSTR);
+    EXPECT_STREQ(bag->Get(L"A")->Get().bstrVal, L"three");
+}
+
+TEST(PropertyBag, DeleteAnswersWhetherThereWasSuchAProperty)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->Set(L"A", 1);
+    bag->Set(L"B", 2);
+    EXPECT_EQ(bag->DeleteProperty(L"A"), TRUE);
+    EXPECT_EQ(bag->DeleteProperty(L"A"), FALSE);
+    bag->Set(L"A", 3);
+    EXPECT_EQ(bag->Names(), (std::vector<std::wstring>{L"B", L"A"}));
+}
+
+TEST(PropertyBag, HoldsAReferenceToAnObjectUntilItsValueGoes)
+{
+    ComPtr<Probe> probe = Probe::Create();
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->SetUnknown(L"ProgressReport", probe.Get());
+    EXPECT_EQ(probe->References(), 2u);
+
+    VARIANT value;
+    ASSERT_EQ(bag->GetProperty(L"ProgressReport", &value), S_OK);
+    EXPECT_EQ(value.punkVal, static_cast<IUnknown*>(probe.Get()));
+    EXPECT_EQ(probe->References(), 3u);
+    VariantClear(&value);
+
+    bag->Set(L"ProgressReport", 0);
+    EXPECT_EQ(probe->References(), 1u);
+    bag->SetUnknown(L"ProgressReport", probe.Get());
+    bag.Reset();
+    EXPECT_EQ(probe->References(), 1u);
+}
+
+TEST(PropertyBag, DumpShowsNameTypeAndValueInOrder)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->Set(L"XPS_FP_INPUTBIN", 7);
+    bag->Set(L"PrinterName", std::wstring(L"QX 5200"));
+    EXPECT_EQ(bag->Dump(), "XPS_FP_INPUTBIN  VT_I4       7\n"
+                           "PrinterName      VT_BSTR     \"QX 5200\"\n");
+}
+
+TEST(PropertyBag, ConcurrentFiltersSeeWholeValues)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    std::atomic<int> torn{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 500; ++i) {
+                OwnedVariant text = OwnedVariant::String(std::wstring(20, static_cast<wchar_t>(L'a' + t)));
+                bag->AddProperty(L"Shared", &text.Get());
+                VARIANT value;
+                if (bag->GetProperty(L"Shared", &value) == S_OK) {
+                    const std::wstring got(value.bstrVal);
+                    torn += got != std::wstring(20, got[0]);
+                    VariantClear(&value);
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(bag->Names().size(), 1u);
+}
+
+// ---- read stream
+
+TEST(ReadStream, ReadWaitsForTheProducerAndReturnsWhatArrived)
+{
+    ComPtr<ReadStream> stream = ReadStream::Gradual();
+    ReadResult result;
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        result = Read(*stream.Get(), 16);
+        done = true;
+    });
+    const bool waited = Eventually([&] { return stream->Waiting() == 1; });
+    const bool returnedEarly = done;
+    stream->Append("hello", 5);
+    reader.join();
+
+    EXPECT_TRUE(waited);
+    EXPECT_FALSE(returnedEarly);
+    EXPECT_EQ(result.hr, S_OK);
+    EXPECT_EQ(result.bytes, "hello");
+    EXPECT_EQ(result.endOfFile, FALSE);  // the producer has not closed
+    EXPECT_EQ(stream->Stats().readsThatWaited, 1u);
+}
+
+TEST(ReadStream, WaitingReaderSeesEndOfFileWhenTheProducerCloses)
+{
+    ComPtr<ReadStream> stream = ReadStream::Gradual();
+    stream->Append("ab", 2);
+    EXPECT_EQ(Read(*stream.Get(), 2).bytes, "ab");
+    ReadResult result;
+    std::thread reader([&] { result = Read(*stream.Get(), 8); });
+    EXPECT_TRUE(Eventually([&] { return stream->Waiting() == 1; }));
+    stream->CloseInput();
+    reader.join();
+    EXPECT_EQ(result.hr, S_OK);
+    EXPECT_EQ(result.bytes, "");
+    EXPECT_EQ(result.endOfFile, TRUE);
+}
+
+TEST(ReadStream, EndOfFileComesWithTheLastBytesOfAClosedStream)
+{
+    ComPtr<ReadStream> stream = ReadStream::FromBytes(AsBytes("0123456789"));
+    ReadResult first = Read(*stream.Get(), 4);
+    EXPECT_EQ(first.bytes, "0123");
+    EXPECT_EQ(first.endOfFile, FALSE);
+    ReadResult last = Read(*stream.Get(), 100);
+    EXPECT_EQ(last.bytes, "456789");
+    EXPECT_EQ(last.endOfFile, TRUE);
+    ReadResult after = Read(*stream.Get(), 100);
+    EXPECT_EQ(after.hr, S_OK);
+    EXPECT_EQ(after.bytes, "");
+    EXPECT_EQ(after.endOfFile, TRUE);
+}
+
+TEST(ReadStream, EmptyClosedStreamReportsEndOfFileAtOnce)
+{
+    ComPtr<ReadStream> stream = ReadStream::FromBytes({});
+    ReadResult result = Read(*stream.Get(), 4096);
+    EXPECT_EQ(result.bytes, "");
+    EXPECT_EQ(result.endOfFile, TRUE);
+    EXPECT_EQ(stream->Stats().readsThatWaited, 0u);
+}
+
+TEST(ReadStream, SeekFromTheEndWaitsUntilTheProducerCloses)
+{
+    ComPtr<ReadStream> stream = ReadStream::Gradual();
+    stream->Append("abc", 3);
+    ULONGLONG end = 0;
+    HRESULT hr = E_UNEXPECTED;
+    std::atomic<bool> done{false};
+    std::thread seeker([&] {
+        hr = stream->Seek(0, STREAM_SEEK_END, &end);
+        done = true;
+    });
+    EXPECT_TRUE(Eventually([&] { return stream->Waiting() == 1; }));
+    const bool returnedEarly = done;
+    stream->Append("defg", 4);
+    stream->CloseInput();
+    seeker.join();
+    EXPECT_FALSE(returnedEarly);
+    EXPECT_EQ(hr, S_OK);
+    EXPECT_EQ(end, 7u);
+}
+
+TEST(ReadStream, SeeksFromStartAndCurrentAndRejectsBadOnes)
+{
+    ComPtr<ReadStream> stream = ReadStream::FromBytes(AsBytes("0123456789"));
+    ULONGLONG position = 99;
+    EXPECT_EQ(stream->Seek(6, STREAM_SEEK_SET, &position), S_OK);
+    EXPECT_EQ(position, 6u);
+    EXPECT_EQ(stream->Seek(-2, STREAM_SEEK_CUR, &position), S_OK);
+    EXPECT_EQ(position, 4u);
+    EXPECT_EQ(stream->Seek(-3, STREAM_SEEK_END, nullptr), S_OK);
+    EXPECT_EQ(Read(*stream.Get(), 10).bytes, "789");
+
+    EXPECT_EQ(stream->Seek(-1, STREAM_SEEK_SET, &position), STG_E_INVALIDFUNCTION);
+    EXPECT_EQ(position, 10u);  // unchanged
+    EXPECT_EQ(stream->Seek(0, 3, &position), STG_E_INVALIDFUNCTION);
+    EXPECT_EQ(stream->Seek(2, STREAM_SEEK_SET, nullptr), S_OK);
+    EXPECT_EQ(Read(*stream.Get(), 3).bytes, "234");
+}
+
+TEST(ReadStream, ReadsAFileWhereItLies)
+{
+    TempFolder folder;
+    std::string content(20000, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i) {
+        content[i] = static_cast<char>(i * 7);
+    }
+    WriteFile(folder / "job.bin", content);
+    ComPtr<ReadStream> stream = ReadStream::OpenFile((folder / "job.bin").string());
+    std::string copy;
+    for (ReadResult chunk; chunk.endOfFile != TRUE;) {
+        chunk = Read(*stream.Get(), 4096);
+        ASSERT_EQ(chunk.hr, S_OK);
+        copy += chunk.bytes;
+    }
+    EXPECT_EQ(copy, content);
+    EXPECT_EQ(stream->Stats().reads, 5u);
+    EXPECT_THROW(ReadStream::OpenFile((folder / "missing.bin").string()), std::system_error);
+    EXPECT_THROW(ReadStream::OpenFile(folder.Path().string()), std::runtime_error);
+}
+
+TEST(ReadStream, GradualFileBecomesReadableAsItIsProvided)
+{
+    TempFolder folder;
+    WriteFile(folder / "job.bin", "abcdefgh");
+    ComPtr<ReadStream> stream = ReadStream::OpenFile((folder / "job.bin").string(), ReadStream::Delivery::Gradual);
+    EXPECT_EQ(stream->Provide(3), 3u);
+    EXPECT_EQ(Read(*stream.Get(), 8).bytes, "abc");
+    ReadResult rest;
+    std::thread reader([&] { rest = Read(*stream.Get(), 8); });
+    EXPECT_TRUE(Eventually([&] { return stream->Waiting() == 1; }));
+    EXPECT_EQ(stream->Provide(100), 8u);
+    reader.join();
+    EXPECT_EQ(rest.bytes, "defgh");
+    EXPECT_EQ(rest.endOfFile, FALSE);  // more may come until the producer closes
+    stream->CloseInput();
+    EXPECT_EQ(Read(*stream.Get(), 8).endOfFile, TRUE);
+    EXPECT_THROW(stream->Append("x", 1), std::logic_error);
+}
+
+TEST(ReadStream, FailingReadsStopAtTheGivenOffset)
+{
+    ComPtr<ReadStream> stream = ReadStream::FromBytes(AsBytes("0123456789"));
+    stream->FailReadsWith(E_FAIL, 4);
+    EXPECT_EQ(Read(*stream.Get(), 10).bytes, "0123");
+    ReadResult failed = Read(*stream.Get(), 10);
+    EXPECT_EQ(failed.hr, E_FAIL);
+    EXPECT_EQ(failed.bytes, "");
+    EXPECT_EQ(failed.endOfFile, FALSE);
+    EXPECT_EQ(stream->Stats().failedReads, 1u);
+}
+
+TEST(ReadStream, FailureReachesAReaderThatIsWaiting)
+{
+    ComPtr<ReadStream> stream = ReadStream::Gradual();
+    ReadResult result;
+    std::thread reader([&] { result = Read(*stream.Get(), 8); });
+    EXPECT_TRUE(Eventually([&] { return stream->Waiting() == 1; }));
+    stream->FailReadsWith(E_ABORT);
+    reader.join();
+    EXPECT_EQ(result.hr, E_ABORT);
+}
+
+TEST(ReadStream, NullArgumentsFailWithEPointer)
+{
+    ComPtr<ReadStream> stream = ReadStream::FromBytes(AsBytes("x"));
+    char byte = 0;
+    ULONG read = 7;
+    BOOL end = FALSE;
+    EXPECT_EQ(stream->ReadBytes(nullptr, 1, &read, &end), E_POINTER);
+    EXPECT_EQ(read, 0u);
+    EXPECT_EQ(stream->ReadBytes(&byte, 1, nullptr, &end), E_POINTER);
+    EXPECT_EQ(stream->ReadBytes(&byte, 1, &read, nullptr), E_POINTER);
+}
+
+// ---- write stream
+
+TEST(WriteStream, RecordsTheBytesAndTheClose)
+{
+    ComPtr<WriteStream> stream = WriteStream::ToMemory();
+    ULONG written = 0;
+    EXPECT_EQ(Write(*stream.Get(), "abc", &written), S_OK);
+    EXPECT_EQ(written, 3u);
+    EXPECT_EQ(Write(*stream.Get(), "", &written), S_OK);
+    EXPECT_EQ(written, 0u);
+    EXPECT_FALSE(stream->Closed());
+    stream->Close();
+    EXPECT_EQ(Write(*stream.Get(), "d", &written), E_UNEXPECTED);
+    stream->Close();
+
+    EXPECT_EQ(AsText(stream->Bytes()), "abc");
+    EXPECT_EQ(stream->CloseCount(), 2u);
+    EXPECT_EQ(stream->WritesAfterClose(), 1u);
+    EXPECT_EQ(stream->WriteCalls(), 3u);
+}
+
+TEST(WriteStream, PartialWritesTakeAtMostTheLimit)
+{
+    ComPtr<WriteStream> stream = WriteStream::ToMemory();
+    stream->AcceptAtMost(3);
+    ULONG written = 0;
+    EXPECT_EQ(Write(*stream.Get(), "abcdefghij", &written), S_OK);
+    EXPECT_EQ(written, 3u);
+    EXPECT_EQ(Write(*stream.Get(), "xy", &written), S_OK);
+    EXPECT_EQ(written, 2u);
+    EXPECT_EQ(AsText(stream->Bytes()), "abcxy");
+}
+
+TEST(WriteStream, FailsEveryWriteThatWouldPassTheGivenSize)
+{
+    ComPtr<WriteStream> stream = WriteStream::ToMemory();
+    stream->FailWritesWith(STG_E_MEDIUMFULL, 8);
+    ULONG written = 99;
+    EXPECT_EQ(Write(*stream.Get(), "abcd", &written), S_OK);
+    EXPECT_EQ(Write(*stream.Get(), "efgh", &written), S_OK);
+    EXPECT_EQ(Write(*stream.Get(), "i", &written), STG_E_MEDIUMFULL);
+    EXPECT_EQ(written, 0u);
+    EXPECT_EQ(stream->BytesWritten(), 8u);
+
+    ComPtr<WriteStream> failing = WriteStream::ToMemory();
+    failing->FailWritesWith(E_FAIL);
+    EXPECT_EQ(Write(*failing.Get(), "a", &written), E_FAIL);
+    EXPECT_TRUE(failing->Bytes().empty());
+}
+
+TEST(WriteStream, NullArgumentsFailWithEPointer)
+{
+    ComPtr<WriteStream> stream = WriteStream::ToMemory();
+    ULONG written = 0;
+    EXPECT_EQ(stream->WriteBytes(nullptr, 1, &written), E_POINTER);
+    EXPECT_EQ(stream->WriteBytes("a", 1, nullptr), E_POINTER);
+    EXPECT_EQ(stream->BytesWritten(), 0u);
+}
+
+TEST(WriteStream, WritesToAFile)
+{
+    TempFolder folder;
+    const fs::path path = folder / "out.bin";
+    ComPtr<WriteStream> stream = WriteStream::ToFile(path.string());
+    ULONG written = 0;
+    EXPECT_EQ(Write(*stream.Get(), std::string("a\0b", 3), &written), S_OK);
+    stream->Close();
+    EXPECT_EQ(ReadFile(path), std::string("a\0b", 3));
+    EXPECT_THROW(WriteStream::ToFile((folder / "no" / "such").string()), std::system_error);
+}
+
+// ---- pipeline control, communicator, call log, HRESULT text
+
+TEST(PipelineControl, RecordsTheFiltersReportsInOrder)
+{
+    ComPtr<PipelineControl> control = PipelineControl::Create();
+    EXPECT_EQ(control->RequestShutdown(E_ABORT, nullptr), S_OK);
+    EXPECT_EQ(control->FilterFinished(), S_OK);
+    EXPECT_EQ(control->Calls(), (std::vector<std::string>{"RequestShutdown(0x80004004)", "FilterFinished"}));
+    EXPECT_EQ(control->ShutdownReason(), E_ABORT);
+    EXPECT_EQ(control->ShutdownRequests(), 1u);
+    EXPECT_EQ(control->FinishedCount(), 1u);
+
+    ComPtr<PipelineControl> clean = PipelineControl::Create();
+    clean->FilterFinished();
+    EXPECT_FALSE(clean->ShutdownReason().has_value());
+}
+
+TEST(InterFilterCommunicator, HandsOutAnyObjectWithAReferenceForTheCaller)
+{
+    ComPtr<ReadStream> reader = ReadStream::FromBytes({});
+    ComPtr<Probe> notAWriter = Probe::Create();
+    ComPtr<InterFilterCommunicator> communicator = InterFilterCommunicator::Create(reader.Get(), notAWriter.Get());
+    const ULONG before = notAWriter->References();
+
+    ComPtr<IUnknown> gotReader;
+    ASSERT_EQ(communicator->RequestReader(&gotReader), S_OK);
+    ComPtr<IPrintReadStream> readStream;
+    EXPECT_EQ(gotReader.As(&readStream), S_OK);
+
+    ComPtr<IUnknown> gotWriter;
+    ASSERT_EQ(communicator->RequestWriter(&gotWriter), S_OK);
+    EXPECT_EQ(notAWriter->References(), before + 1);
+    ComPtr<IPrintWriteStream> writeStream;
+    EXPECT_EQ(gotWriter.As(&writeStream), E_NOINTERFACE);
+    EXPECT_EQ(communicator->RequestReader(nullptr), E_POINTER);
+}
+
+TEST(InterFilterCommunicator, KnobsFailARequestOrYieldNothing)
+{
+    ComPtr<ReadStream> reader = ReadStream::FromBytes({});
+    ComPtr<WriteStream> writer = WriteStream::ToMemory();
+    ComPtr<InterFilterCommunicator> communicator = InterFilterCommunicator::Create(reader.Get(), writer.Get());
+    communicator->FailReaderRequestWith(E_OUTOFMEMORY);
+    communicator->HandOutNullWriter();
+    void* object = reinterpret_cast<void*>(1);
+    EXPECT_EQ(communicator->RequestReader(&object), E_OUTOFMEMORY);
+    EXPECT_EQ(object, nullptr);
+    object = reinterpret_cast<void*>(1);
+    EXPECT_EQ(communicator->RequestWriter(&object), S_OK);
+    EXPECT_EQ(object, nullptr);
+}
+
+TEST(CallLog, FoldsARunOfTransfersBetweenOtherCalls)
+{
+    CallLog log;
+    log.RecordTransfer("reader.ReadBytes", 1);
+    log.Record("reader.Seek");
+    for (int i = 0; i < 3; ++i) {
+        log.RecordTransfer("reader.ReadBytes", 4096, i == 2);
+        log.RecordTransfer("writer.WriteBytes", 4096);
+    }
+    log.Record("writer.Close");
+    EXPECT_EQ(log.Entries(), (std::vector<std::string>{
+                                 "reader.ReadBytes x1: 1 byte",
+                                 "reader.Seek",
+                                 "reader.ReadBytes x3: 12288 bytes, end of file reported; "
+                                 "writer.WriteBytes x3: 12288 bytes",
+                                 "writer.Close",
+                             }));
+}
+
+TEST(HresultText, ShowsHexSignedDecimalAndName)
+{
+    EXPECT_EQ(HresultDescription(E_ABORT), "0x80004004 (-2147467260, E_ABORT)");
+    EXPECT_EQ(HresultDescription(S_OK), "0x00000000 (0, S_OK)");
+    EXPECT_EQ(HresultDescription(static_cast<HRESULT>(0x80041234)), "0x80041234 (-2147216844)");
+    EXPECT_EQ(HresultName(kPropertyNotFound), "HRESULT_FROM_WIN32(ERROR_NOT_FOUND)");
+    EXPECT_EQ(HresultName(HRESULT_FROM_WIN32(4321)), "HRESULT_FROM_WIN32(4321)");
+    EXPECT_EQ(HresultShort(E_OUTOFMEMORY), "E_OUTOFMEMORY");
+}
+
+// ---- the host program, end to end with the filter module beside it
+
+struct ProcessResult {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+ProcessResult RunHost(const std::vector<std::string>& arguments, const TempFolder& folder)
+{
+    const std::string outPath = (folder / "host.stdout").string();
+    const std::string errPath = (folder / "host.stderr").string();
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    std::vector<std::string> all{QX_PIPELINEHOST_PATH};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& argument : all) {
+        argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    ProcessResult result;
+    pid_t pid = 0;
+    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (spawned != 0) {
+        result.err = std::strerror(spawned);
+        return result;
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    result.out = ReadFile(outPath);
+    result.err = ReadFile(errPath);
+    return result;
+}
+
+std::string RandomBytes(std::size_t count)
+{
+    std::mt19937 random(20260101);
+    std::string bytes(count, '\0');
+    for (char& byte : bytes) {
+        byte = static_cast<char>(random());
+    }
+    return bytes;
+}
+
+class PipelineHostProgram : public testing::TestWithParam<bool> {};
+
+TEST_P(PipelineHostProgram, PassesTheJobThroughTheModuleUnchanged)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "machine");
+    const std::string input = RandomBytes(300 * 1024 + 17);
+    WriteFile(folder / "job.bin", input);
+    std::vector<std::string> arguments{"--input", (folder / "job.bin").string(), "--output",
+                                       (folder / "out.bin").string(), "--root", (folder / "machine").string(),
+                                       "--property", "PrintJobId=i4:7"};
+    if (GetParam()) {
+        arguments.push_back("--gradual");
+    }
+    const ProcessResult run = RunHost(arguments, folder);
+
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_NE(run.out.find("StartOperation      0x00000000 (0, S_OK)"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("control.FilterFinished"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("equal     yes, byte for byte"), std::string::npos) << run.out;
+    EXPECT_EQ(ReadFile(folder / "out.bin"), input);
+    EXPECT_EQ(run.err, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(WholeAndGradual, PipelineHostProgram, testing::Bool(),
+                         [](const testing::TestParamInfo<bool>& info) { return info.param ? "Gradual" : "Whole"; });
+
+TEST(PipelineHostProgramErrors, BadArgumentsGiveExitCode2AndOneLine)
+{
+    TempFolder folder;
+    WriteFile(folder / "job.bin", "x");
+    const std::vector<std::vector<std::string>> cases{
+        {},
+        {"--bogus"},
+        {"--input"},
+        {"--input", (folder / "job.bin").string(), "--property", "Name=i8:1"},
+        {"--input", (folder / "job.bin").string(), "--shutdown-after", "soon"},
+        {"--input", (folder / "job.bin").string(), "--root", (folder / "no-such-folder").string()},
+        {"--input", (folder / "job.bin").string(), "--module", (folder / "no-such-module.so").string()},
+    };
+    for (const std::vector<std::string>& arguments : cases) {
+        const ProcessResult run = RunHost(arguments, folder);
+        const std::string shown = arguments.empty() ? "(none)" : arguments[0] + " ...";
+        EXPECT_EQ(run.exitCode, 2) << shown;
+        EXPECT_EQ(run.out, "") << shown;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << shown << ": " << run.err;
+        EXPECT_EQ(run.err.rfind("qxpipelinehost: ", 0), 0u) << run.err;
+    }
+}
+
+TEST(PipelineHostProgramErrors, MissingInputFileIsNamed)
+{
+    TempFolder folder;
+    const std::string missing = (folder / "missing.xps").string();
+    const ProcessResult run = RunHost({"--input", missing}, folder);
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "qxpipelinehost: cannot read the input: " + missing + ": No such file or directory\n");
+}
+
+}  // namespace

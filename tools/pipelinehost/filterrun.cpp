@@ -1,0 +1,138 @@
+#include "pipelinehost/filterrun.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include <filterpipeline.h>
+#include <wrl/client.h>
+
+#include "pipelinehost/hresulttext.h"
+
+namespace pipelinehost {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+
+// Whether the filter's thread is still inside the filter; the shutdown thread waits on it.
+class FilterActivity {
+public:
+    void Finish()
+    {
+        {
+            std::lock_guard lock(mutex_);
+            running_ = false;
+        }
+        finished_.notify_all();
+    }
+    // True when the filter finished within the time.
+    bool WaitFor(std::chrono::milliseconds time)
+    {
+        std::unique_lock lock(mutex_);
+        return finished_.wait_for(lock, time, [this] { return !running_; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable finished_;
+    bool running_ = true;
+};
+
+ComPtr<IPrintPipelineFilter> CreateFilter(const FilterModule& module, CallLog& calls, FilterRunResult& result)
+{
+    ComPtr<IClassFactory> factory;
+    result.classObject = module.GetClassObject(kHostPreviewFilterClsid, IID_IClassFactory, &factory);
+    calls.Record("module.DllGetClassObject(IClassFactory) -> " + HresultShort(result.classObject));
+    if (FAILED(result.classObject) || !factory) {
+        if (SUCCEEDED(result.classObject)) {
+            result.classObject = E_POINTER;
+        }
+        return nullptr;
+    }
+    ComPtr<IPrintPipelineFilter> filter;
+    result.createInstance = factory->CreateInstance(nullptr, IID_IPrintPipelineFilter, &filter);
+    calls.Record("factory.CreateInstance(IPrintPipelineFilter) -> " + HresultShort(result.createInstance));
+    if (SUCCEEDED(result.createInstance) && !filter) {
+        result.createInstance = E_POINTER;
+    }
+    return filter;
+}
+
+void RunOnFilterThread(IPrintPipelineFilter& filter, const JobPipeline& pipeline, FilterRunResult& result)
+{
+    CallLog& calls = *pipeline.calls;
+    calls.Record("filter.InitializeFilter(communicator, bag, control)");
+    result.initialize = filter.InitializeFilter(pipeline.communicator.Get(), pipeline.bag.Get(),
+                                                pipeline.control.Get());
+    calls.Record("filter.InitializeFilter returned " + HresultShort(*result.initialize));
+    if (FAILED(*result.initialize)) {
+        return;
+    }
+    calls.Record("filter.StartOperation");
+    const auto started = std::chrono::steady_clock::now();
+    result.start = filter.StartOperation();
+    result.startMilliseconds =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started).count();
+    calls.Record("filter.StartOperation returned " + HresultShort(*result.start));
+}
+
+void ShutDownUnlessFinished(IPrintPipelineFilter& filter, FilterActivity& activity, unsigned afterMs, CallLog& calls,
+                            FilterRunResult& result)
+{
+    if (activity.WaitFor(std::chrono::milliseconds(afterMs))) {
+        result.shutdown = FilterRunResult::Shutdown::NotNeeded;
+        return;
+    }
+    calls.Record("filter.ShutdownOperation (after " + std::to_string(afterMs) + " ms)");
+    result.shutdownResult = filter.ShutdownOperation();
+    result.shutdown = FilterRunResult::Shutdown::Sent;
+    calls.Record("filter.ShutdownOperation returned " + HresultShort(result.shutdownResult));
+}
+
+}  // namespace
+
+HRESULT FilterRunResult::Outcome() const
+{
+    if (FAILED(classObject)) {
+        return classObject;
+    }
+    if (FAILED(createInstance)) {
+        return createInstance;
+    }
+    if (initialize && FAILED(*initialize)) {
+        return *initialize;
+    }
+    return start.value_or(E_UNEXPECTED);
+}
+
+FilterRunResult RunFilter(const FilterModule& module, const JobPipeline& pipeline,
+                          std::optional<unsigned> shutdownAfterMs)
+{
+    FilterRunResult result;
+    ComPtr<IPrintPipelineFilter> filter = CreateFilter(module, *pipeline.calls, result);
+    if (!filter) {
+        return result;
+    }
+    // Each thread writes only its own fields of the result; both are joined before it is read.
+    FilterActivity activity;
+    std::thread filterThread([&] {
+        RunOnFilterThread(*filter.Get(), pipeline, result);
+        activity.Finish();
+    });
+    std::thread shutdownThread;
+    if (shutdownAfterMs) {
+        shutdownThread = std::thread([&] {
+            ShutDownUnlessFinished(*filter.Get(), activity, *shutdownAfterMs, *pipeline.calls, result);
+        });
+    }
+    filterThread.join();
+    if (shutdownThread.joinable()) {
+        shutdownThread.join();
+    }
+    filter.Reset();
+    pipeline.calls->Record("filter released");
+    return result;
+}
+
+}  // namespace pipelinehost

@@ -1,0 +1,146 @@
+#include "pipelinehost/hostoptions.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+
+#include <platform/text.h>
+
+namespace pipelinehost {
+namespace {
+
+constexpr unsigned kLongestShutdownDelayMs = 24u * 60u * 60u * 1000u;
+
+// "NAME=i4:123" or "NAME=bstr:text".
+PropertyOption ParseProperty(const std::string& text)
+{
+    const auto equals = text.find('=');
+    const auto colon = equals == std::string::npos ? std::string::npos : text.find(':', equals);
+    if (equals == 0 || colon == std::string::npos) {
+        throw UsageError("--property wants NAME=i4:NUMBER or NAME=bstr:TEXT, not '" + text + "'");
+    }
+    const std::string name = text.substr(0, equals);
+    const std::string type = text.substr(equals + 1, colon - equals - 1);
+    const std::string value = text.substr(colon + 1);
+    if (type == "bstr") {
+        return {platform::FromUtf8(name), OwnedVariant::String(platform::FromUtf8(value))};
+    }
+    if (type == "i4") {
+        char* end = nullptr;
+        errno = 0;
+        const long number = std::strtol(value.c_str(), &end, 0);
+        if (value.empty() || *end != '\0' || errno == ERANGE || number < INT32_MIN || number > INT32_MAX) {
+            throw UsageError("--property " + name + ": '" + value + "' is not a 32-bit integer");
+        }
+        return {platform::FromUtf8(name), OwnedVariant::Int32(static_cast<LONG>(number))};
+    }
+    throw UsageError("--property " + name + ": unknown type '" + type + "' (use i4 or bstr)");
+}
+
+unsigned ParseMilliseconds(const std::string& text)
+{
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long number = std::strtoul(text.c_str(), &end, 10);
+    if (text.empty() || text[0] == '-' || *end != '\0' || errno == ERANGE || number > kLongestShutdownDelayMs) {
+        throw UsageError("--shutdown-after wants milliseconds (0 to " + std::to_string(kLongestShutdownDelayMs) +
+                         "), not '" + text + "'");
+    }
+    return static_cast<unsigned>(number);
+}
+
+void SetOnce(std::string& target, const std::string& option, const std::string& value)
+{
+    if (!target.empty()) {
+        throw UsageError(option + " given twice");
+    }
+    if (value.empty()) {
+        throw UsageError(option + " wants a non-empty value");
+    }
+    target = value;
+}
+
+}  // namespace
+
+HostOptions ParseHostOptions(int argc, const char* const* argv)
+{
+    HostOptions options;
+    for (int i = 1; i < argc; ++i) {
+        std::string option = argv[i];
+        std::optional<std::string> inlineValue;
+        if (const auto equals = option.find('='); option.rfind("--", 0) == 0 && equals != std::string::npos) {
+            inlineValue = option.substr(equals + 1);
+            option.erase(equals);
+        }
+        const auto value = [&]() -> std::string {
+            if (inlineValue) {
+                return *inlineValue;
+            }
+            if (i + 1 >= argc) {
+                throw UsageError(option + " wants a value");
+            }
+            return argv[++i];
+        };
+        const auto flag = [&] {
+            if (inlineValue) {
+                throw UsageError(option + " takes no value");
+            }
+        };
+        if (option == "--help" || option == "-h") {
+            flag();
+            options.help = true;
+        } else if (option == "--gradual") {
+            flag();
+            options.gradual = true;
+        } else if (option == "--input") {
+            SetOnce(options.input, option, value());
+        } else if (option == "--output") {
+            SetOnce(options.output, option, value());
+        } else if (option == "--module") {
+            SetOnce(options.module, option, value());
+        } else if (option == "--root") {
+            SetOnce(options.root, option, value());
+        } else if (option == "--property") {
+            options.properties.push_back(ParseProperty(value()));
+        } else if (option == "--shutdown-after") {
+            if (options.shutdownAfterMs) {
+                throw UsageError(option + " given twice");
+            }
+            options.shutdownAfterMs = ParseMilliseconds(value());
+        } else {
+            throw UsageError("unknown argument '" + option + "'");
+        }
+    }
+    if (!options.help && options.input.empty()) {
+        throw UsageError("--input FILE is required");
+    }
+    return options;
+}
+
+std::string HostUsage()
+{
+    return "usage: qxpipelinehost --input FILE [options]\n"
+           "\n"
+           "Runs the filter module as the print filter pipeline would for one job: InitializeFilter\n"
+           "and StartOperation on a filter thread, the job's bytes from FILE, then reports the\n"
+           "HRESULT, the calls the filter made, the property bag and the output.\n"
+           "\n"
+           "  --input FILE            the job's bytes (an XPS package), required\n"
+           "  --output FILE           where the filter's output goes (default: a temporary file,\n"
+           "                          removed after the run)\n"
+           "  --module PATH           the filter module (default: libqxiprev.so beside this program)\n"
+           "  --root DIR              the simulated machine's root folder (default: $QX_MACHINE_ROOT,\n"
+           "                          else /tmp/qxmachine-<uid>)\n"
+           "  --property NAME=i4:N    put a VT_I4 into the pipeline property bag (repeatable)\n"
+           "  --property NAME=bstr:T  put a VT_BSTR into the pipeline property bag (repeatable)\n"
+           "  --gradual               deliver the input in small chunks from a producer thread, so\n"
+           "                          that reads wait as behind a real previous filter\n"
+           "  --shutdown-after MS     call ShutdownOperation from another thread after MS\n"
+           "                          milliseconds if the filter is still running\n"
+           "  --help                  this text\n"
+           "\n"
+           "Exit status: 0 StartOperation succeeded, 1 the filter failed, 2 usage error, unreadable\n"
+           "file or module that cannot be loaded.\n";
+}
+
+}  // namespace pipelinehost

@@ -1,0 +1,38 @@
+// The host's command line.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "pipelinehost/ownedvariant.h"
+
+namespace pipelinehost {
+
+struct PropertyOption {
+    std::wstring name;
+    OwnedVariant value;
+};
+
+struct HostOptions {
+    bool help = false;
+    std::string input;
+    std::string output;  // empty: a temporary file, removed after the run
+    std::string module;  // empty: the filter module beside the host
+    std::string root;    // empty: $QX_MACHINE_ROOT, or the platform's default
+    std::vector<PropertyOption> properties;
+    bool gradual = false;
+    std::optional<unsigned> shutdownAfterMs;
+};
+
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Accepts "--option value" and "--option=value". Throws UsageError with a one-line reason.
+HostOptions ParseHostOptions(int argc, const char* const* argv);
+std::string HostUsage();
+
+}  // namespace pipelinehost

@@ -1,0 +1,103 @@
+#include "pipelinehost/hresulttext.h"
+
+#include <cstdio>
+
+namespace pipelinehost {
+namespace {
+
+struct NamedCode {
+    HRESULT hr;
+    const char* name;
+};
+
+constexpr NamedCode kHresults[] = {
+    {S_OK, "S_OK"},
+    {S_FALSE, "S_FALSE"},
+    {E_NOTIMPL, "E_NOTIMPL"},
+    {E_NOINTERFACE, "E_NOINTERFACE"},
+    {E_POINTER, "E_POINTER"},
+    {E_ABORT, "E_ABORT"},
+    {E_FAIL, "E_FAIL"},
+    {E_UNEXPECTED, "E_UNEXPECTED"},
+    {E_ACCESSDENIED, "E_ACCESSDENIED"},
+    {E_HANDLE, "E_HANDLE"},
+    {E_OUTOFMEMORY, "E_OUTOFMEMORY"},
+    {E_INVALIDARG, "E_INVALIDARG"},
+    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION"},
+    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE"},
+    {REGDB_E_CLASSNOTREG, "REGDB_E_CLASSNOTREG"},
+    {CO_E_NOTINITIALIZED, "CO_E_NOTINITIALIZED"},
+    {RPC_E_CHANGED_MODE, "RPC_E_CHANGED_MODE"},
+    {STG_E_INVALIDFUNCTION, "STG_E_INVALIDFUNCTION"},
+    {STG_E_INVALIDPOINTER, "STG_E_INVALIDPOINTER"},
+    {STG_E_MEDIUMFULL, "STG_E_MEDIUMFULL"},
+    {STG_E_INVALIDPARAMETER, "STG_E_INVALIDPARAMETER"},
+    {static_cast<HRESULT>(0x8003001E), "STG_E_READFAULT"},
+    {static_cast<HRESULT>(0x8003001D), "STG_E_WRITEFAULT"},
+    {DISP_E_TYPEMISMATCH, "DISP_E_TYPEMISMATCH"},
+};
+
+// Win32 errors that reach a filter wrapped as HRESULT_FROM_WIN32; those with their own E_ name
+// (E_ACCESSDENIED, E_HANDLE, E_OUTOFMEMORY, E_INVALIDARG) are found in the table above first.
+constexpr NamedCode kWin32Errors[] = {
+    {ERROR_FILE_NOT_FOUND, "ERROR_FILE_NOT_FOUND"},
+    {ERROR_PATH_NOT_FOUND, "ERROR_PATH_NOT_FOUND"},
+    {ERROR_NOT_ENOUGH_MEMORY, "ERROR_NOT_ENOUGH_MEMORY"},
+    {ERROR_PRINT_CANCELLED, "ERROR_PRINT_CANCELLED"},
+    {ERROR_INSUFFICIENT_BUFFER, "ERROR_INSUFFICIENT_BUFFER"},
+    {ERROR_NOT_LOCKED, "ERROR_NOT_LOCKED"},
+    {ERROR_ALREADY_EXISTS, "ERROR_ALREADY_EXISTS"},
+    {ERROR_NOT_OWNER, "ERROR_NOT_OWNER"},
+    {1168, "ERROR_NOT_FOUND"},
+    {ERROR_TIMEOUT, "ERROR_TIMEOUT"},
+};
+
+constexpr unsigned kFacilityWin32Mask = 0xFFFF0000u;
+constexpr unsigned kFacilityWin32Bits = 0x80070000u;
+
+}  // namespace
+
+std::string HresultName(HRESULT hr)
+{
+    for (const NamedCode& known : kHresults) {
+        if (known.hr == hr) {
+            return known.name;
+        }
+    }
+    const auto bits = static_cast<unsigned>(hr);
+    if ((bits & kFacilityWin32Mask) == kFacilityWin32Bits) {
+        const auto error = static_cast<HRESULT>(HRESULT_CODE(bits));
+        for (const NamedCode& known : kWin32Errors) {
+            if (known.hr == error) {
+                return std::string("HRESULT_FROM_WIN32(") + known.name + ")";
+            }
+        }
+        return "HRESULT_FROM_WIN32(" + std::to_string(error) + ")";
+    }
+    return {};
+}
+
+std::string HresultHex(HRESULT hr)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(hr));
+    return text;
+}
+
+std::string HresultShort(HRESULT hr)
+{
+    std::string name = HresultName(hr);
+    return name.empty() ? HresultHex(hr) : name;
+}
+
+std::string HresultDescription(HRESULT hr)
+{
+    std::string text = HresultHex(hr) + " (" + std::to_string(hr);
+    const std::string name = HresultName(hr);
+    if (!name.empty()) {
+        text += ", " + name;
+    }
+    return text + ")";
+}
+
+}  // namespace pipelinehost

@@ -1,0 +1,141 @@
+// qxpipelinehost: runs the filter module for one job as the print filter pipeline would, and
+// reports what the filter did.
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include <objbase.h>
+#include <platform/machine.h>
+
+#include "pipelinehost/filtermodule.h"
+#include "pipelinehost/filterrun.h"
+#include "pipelinehost/gradualfeeder.h"
+#include "pipelinehost/hostoptions.h"
+#include "pipelinehost/jobpipeline.h"
+#include "pipelinehost/outputfile.h"
+#include "pipelinehost/runreport.h"
+
+namespace {
+
+using namespace pipelinehost;
+
+constexpr int kSucceeded = 0;
+constexpr int kFilterFailed = 1;
+constexpr int kCannotRun = 2;
+
+// A problem with what the host was given, before any filter code ran.
+class SetupError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The host's own thread in the multithreaded apartment, for as long as it holds COM objects.
+class ComApartment {
+public:
+    ComApartment() : hr_(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+    ~ComApartment()
+    {
+        if (SUCCEEDED(hr_)) {
+            CoUninitialize();
+        }
+    }
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+
+private:
+    HRESULT hr_;
+};
+
+void UseMachineRoot(const std::string& root)
+{
+    if (root.empty()) {
+        return;
+    }
+    struct stat status {};
+    if (::stat(root.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        throw SetupError("machine root " + root + " is not a folder");
+    }
+    // Absolute, so that the report names it unambiguously and no change of folder can move it.
+    char* absolute = ::realpath(root.c_str(), nullptr);
+    platform::SetMachineRoot(absolute != nullptr ? absolute : root);
+    std::free(absolute);
+}
+
+template <class Make>
+auto OrSetupError(const std::string& what, Make make)
+{
+    try {
+        return make();
+    } catch (const std::exception& error) {
+        throw SetupError(what + ": " + error.what());
+    }
+}
+
+int RunHost(const HostOptions& options)
+{
+    UseMachineRoot(options.root);
+    const auto delivery = options.gradual ? ReadStream::Delivery::Gradual : ReadStream::Delivery::Whole;
+    auto reader = OrSetupError("cannot read the input", [&] { return ReadStream::OpenFile(options.input, delivery); });
+    const std::string modulePath = options.module.empty() ? DefaultModulePath() : options.module;
+    FilterModule module = OrSetupError("cannot load the module", [&] { return FilterModule(modulePath); });
+    // Created last, so that a run that cannot start leaves an existing output file as it was.
+    OutputFile output = OrSetupError("cannot create the output", [&] {
+        return options.output.empty() ? OutputFile::Temporary() : OutputFile(options.output);
+    });
+    auto writer = OrSetupError("cannot write the output", [&] { return WriteStream::ToFile(output.Path()); });
+    JobPipeline pipeline = BuildJobPipeline(std::move(reader), std::move(writer), options.properties);
+
+    RunReport report;
+    {
+        ComApartment apartment;
+        FilterRunResult run;
+        {
+            std::optional<GradualFeeder> feeder;
+            if (options.gradual) {
+                feeder.emplace(pipeline.reader);
+            }
+            run = RunFilter(module, pipeline, options.shutdownAfterMs);
+        }
+        report = SnapshotJob(pipeline, run);
+        // The pipeline lets go of the job's objects before it asks whether the module may go.
+        pipeline = JobPipeline{};
+        report.canUnloadNow = module.UnloadIfUnused();
+        report.unloaded = !module.Loaded();
+    }
+    report.modulePath = modulePath;
+    report.inputPath = options.input;
+    report.outputPath = output.Path();
+    report.outputTemporary = output.IsTemporary();
+    report.machineRoot = platform::MachineRoot();
+    report.gradual = options.gradual;
+    report.output = CompareFiles(options.input, output.Path());
+    PrintReport(std::cout, report);
+    return SUCCEEDED(report.run.Outcome()) ? kSucceeded : kFilterFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    HostOptions options;
+    try {
+        options = ParseHostOptions(argc, argv);
+    } catch (const UsageError& error) {
+        std::cerr << "qxpipelinehost: " << error.what() << " (see --help)\n";
+        return kCannotRun;
+    }
+    if (options.help) {
+        std::cout << HostUsage();
+        return kSucceeded;
+    }
+    try {
+        return RunHost(options);
+    } catch (const std::exception& error) {
+        std::cerr << "qxpipelinehost: " << error.what() << "\n";
+        return kCannotRun;
+    }
+}

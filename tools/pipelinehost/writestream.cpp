@@ -1,0 +1,174 @@
+#include "pipelinehost/writestream.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <system_error>
+
+#include "pipelinehost/hresulttext.h"
+
+namespace pipelinehost {
+
+Microsoft::WRL::ComPtr<WriteStream> WriteStream::ToMemory()
+{
+    Microsoft::WRL::ComPtr<WriteStream> stream;
+    stream.Attach(new WriteStream);
+    return stream;
+}
+
+Microsoft::WRL::ComPtr<WriteStream> WriteStream::ToFile(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (file < 0) {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+    Microsoft::WRL::ComPtr<WriteStream> stream;
+    stream.Attach(new WriteStream);
+    stream->file_ = file;
+    stream->toFile_ = true;
+    return stream;
+}
+
+WriteStream::~WriteStream()
+{
+    if (file_ >= 0) {
+        ::close(file_);
+    }
+}
+
+void WriteStream::FailWritesWith(HRESULT hr, ULONGLONG afterBytes)
+{
+    std::lock_guard lock(mutex_);
+    failure_ = hr;
+    failAfter_ = afterBytes;
+}
+
+void WriteStream::AcceptAtMost(ULONG bytesPerCall)
+{
+    std::lock_guard lock(mutex_);
+    acceptAtMost_ = bytesPerCall;
+}
+
+bool WriteStream::Closed() const
+{
+    std::lock_guard lock(mutex_);
+    return closeCount_ > 0;
+}
+
+ULONG WriteStream::CloseCount() const
+{
+    std::lock_guard lock(mutex_);
+    return closeCount_;
+}
+
+ULONG WriteStream::WriteCalls() const
+{
+    std::lock_guard lock(mutex_);
+    return writeCalls_;
+}
+
+ULONG WriteStream::WritesAfterClose() const
+{
+    std::lock_guard lock(mutex_);
+    return writesAfterClose_;
+}
+
+ULONGLONG WriteStream::BytesWritten() const
+{
+    std::lock_guard lock(mutex_);
+    return bytesWritten_;
+}
+
+std::vector<BYTE> WriteStream::Bytes() const
+{
+    std::lock_guard lock(mutex_);
+    return bytes_;
+}
+
+HRESULT WriteStream::WriteBytes(const void* buffer, ULONG size, ULONG* written)
+{
+    if (written != nullptr) {
+        *written = 0;
+    }
+    std::unique_lock lock(mutex_);
+    ++writeCalls_;
+    HRESULT hr = S_OK;
+    ULONG count = acceptAtMost_ == 0 ? size : std::min(size, acceptAtMost_);
+    if ((buffer == nullptr && size > 0) || written == nullptr) {
+        hr = E_POINTER;
+    } else if (closeCount_ > 0) {
+        ++writesAfterClose_;
+        hr = E_UNEXPECTED;
+    } else if (failure_ != S_OK && bytesWritten_ + count > failAfter_) {
+        hr = failure_;
+    } else {
+        hr = Store(buffer, count);
+    }
+    if (FAILED(hr)) {
+        lock.unlock();
+        Record("writer.WriteBytes(" + std::to_string(size) + " bytes) -> " + HresultShort(hr));
+        return hr;
+    }
+    bytesWritten_ += count;
+    *written = count;
+    lock.unlock();
+    if (count < size) {
+        Record("writer.WriteBytes(" + std::to_string(size) + " bytes) -> S_OK, took " + std::to_string(count));
+    } else if (log_) {
+        log_->RecordTransfer("writer.WriteBytes", count);
+    }
+    return S_OK;
+}
+
+void WriteStream::Close()
+{
+    {
+        std::lock_guard lock(mutex_);
+        ++closeCount_;
+        if (file_ >= 0) {
+            ::close(file_);
+            file_ = -1;
+        }
+    }
+    Record("writer.Close");
+}
+
+HRESULT WriteStream::Store(const void* buffer, ULONG size)
+{
+    if (size == 0) {
+        return S_OK;
+    }
+    const auto* first = static_cast<const BYTE*>(buffer);
+    if (!toFile_) {
+        try {
+            bytes_.insert(bytes_.end(), first, first + size);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
+        return S_OK;
+    }
+    ULONG done = 0;
+    while (done < size) {
+        const ssize_t put = ::write(file_, first + done, size - done);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            return errno == ENOSPC ? STG_E_MEDIUMFULL : static_cast<HRESULT>(0x8003001D);  // STG_E_WRITEFAULT
+        }
+        done += static_cast<ULONG>(put);
+    }
+    return S_OK;
+}
+
+void WriteStream::Record(std::string call) const
+{
+    if (log_) {
+        log_->Record(std::move(call));
+    }
+}
+
+}  // namespace pipelinehost
