@@ -3,6 +3,7 @@
 //
 // The log reads its configuration once per process, so everything that depends on a
 // configuration runs in a probe process (logprobe) on a temporary machine root of its own.
+#include <algorithm>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -101,11 +102,16 @@ public:
             argv.push_back(argument.data());
         }
         argv.push_back(nullptr);
-        std::vector<std::string> environmentText;
+        // A variable given here replaces the inherited one of the same name.
+        const auto nameOf = [](const std::string& variable) { return variable.substr(0, variable.find('=')); };
+        std::vector<std::string> environmentText(extraEnvironment.begin(), extraEnvironment.end());
         for (char** variable = environ; *variable != nullptr; ++variable) {
-            environmentText.push_back(*variable);
+            const bool replaced = std::any_of(extraEnvironment.begin(), extraEnvironment.end(),
+                                              [&](const std::string& extra) { return nameOf(extra) == nameOf(*variable); });
+            if (!replaced) {
+                environmentText.push_back(*variable);
+            }
         }
-        environmentText.insert(environmentText.end(), extraEnvironment.begin(), extraEnvironment.end());
         std::vector<char*> envp;
         for (auto& variable : environmentText) {
             envp.push_back(variable.data());
@@ -475,10 +481,11 @@ TEST_F(DriverLogProcess, UnloadingTheModuleDrainsAndEndsItsWriter)
     WriteConfiguration("info");
     // Names interned by the module stay allocated for the process's life by design; once the module
     // is unloaded nothing points at them, which a leak checker would report.
-    std::string sanitizer = "ASAN_OPTIONS=detect_leaks=0";
+    std::string sanitizer = "ASAN_OPTIONS=";
     if (const char* existing = std::getenv("ASAN_OPTIONS")) {
-        sanitizer += std::string(":") + existing;
+        sanitizer += std::string(existing) + ":";
     }
+    sanitizer += "detect_leaks=0";  // the last setting of an option wins
     const ProbeResult result =
         RunProbe({"--module", LOGMODULE_PATH, "--threads", "4", "--count", "500", "--cycles", "2"}, {sanitizer});
     ASSERT_EQ(result.exitCode, 0) << result.output;
