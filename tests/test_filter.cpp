@@ -55,6 +55,16 @@ struct Pipeline {
         return hr;
     }
 
+    // Starts the job on its own thread and returns once the job waits for its input.
+    std::thread StartWhenInputArrives(HRESULT& hr)
+    {
+        std::thread job([this, &hr] { hr = filter->StartOperation(); });
+        while (reader->Waiting() == 0) {
+            std::this_thread::yield();
+        }
+        return job;
+    }
+
     ComPtr<ReadStream> reader;
     ComPtr<WriteStream> writer;
     ComPtr<PropertyBag> bag;
@@ -125,10 +135,7 @@ TEST(StartOperation, WaitsForAnInputThatArrivesLate)
     Pipeline pipeline(ReadStream::Gradual());
     ASSERT_EQ(pipeline.Initialize(), S_OK);
     HRESULT hr = E_UNEXPECTED;
-    std::thread job([&] { hr = pipeline.filter->StartOperation(); });
-    while (pipeline.reader->Waiting() == 0) {
-        std::this_thread::yield();
-    }
+    std::thread job = pipeline.StartWhenInputArrives(hr);
     const std::vector<BYTE> input = Job(9000);
     pipeline.reader->Append(input.data(), 5000);
     pipeline.reader->Append(input.data() + 5000, 4000);
@@ -182,10 +189,7 @@ TEST(ShutdownOperation, InterruptsNothing)
     Pipeline pipeline(ReadStream::Gradual());
     ASSERT_EQ(pipeline.Initialize(), S_OK);
     HRESULT hr = E_UNEXPECTED;
-    std::thread job([&] { hr = pipeline.filter->StartOperation(); });
-    while (pipeline.reader->Waiting() == 0) {
-        std::this_thread::yield();
-    }
+    std::thread job = pipeline.StartWhenInputArrives(hr);
     EXPECT_EQ(pipeline.filter->ShutdownOperation(), S_OK);
     EXPECT_EQ(pipeline.filter->Liveness()->Continue(), HRESULT_FROM_WIN32(ERROR_PRINT_CANCELLED));
     pipeline.reader->Append("late", 4);

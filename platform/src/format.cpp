@@ -12,7 +12,8 @@ namespace {
 bool IsFlag(wchar_t c) { return c == L'-' || c == L'+' || c == L' ' || c == L'#' || c == L'0'; }
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-// Copies one conversion specification starting after '%', translating its size prefix and type.
+// Copies one conversion (flags, width, precision, size, type) that follows a '%', translating its
+// size prefix and type.
 const wchar_t* TranslateConversion(const wchar_t* p, std::wstring& out)
 {
     while (IsFlag(*p)) {
