@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <ctime>
 #include <map>
 #include <mutex>
@@ -66,6 +67,57 @@ ExtraAttributes& Extras()
     static ExtraAttributes* extras = new ExtraAttributes;
     return *extras;
 }
+
+// The C runtime's text mode for reading: a CR LF pair reads as LF.
+class TextModeReader {
+public:
+    static FILE* Wrap(FILE* file)
+    {
+        static const cookie_io_functions_t functions = {&Read, nullptr, nullptr, &Close};
+        auto* reader = new TextModeReader{file};
+        FILE* wrapped = ::fopencookie(reader, "r", functions);
+        if (wrapped == nullptr) {
+            std::fclose(file);
+            delete reader;
+        }
+        return wrapped;
+    }
+
+private:
+    explicit TextModeReader(FILE* file) : file_(file) {}
+
+    static ssize_t Read(void* cookie, char* buffer, size_t size)
+    {
+        FILE* file = static_cast<TextModeReader*>(cookie)->file_;
+        size_t count = 0;
+        while (count < size) {
+            int c = std::fgetc(file);
+            if (c == EOF) {
+                break;
+            }
+            if (c == '\r') {
+                const int next = std::fgetc(file);
+                if (next == '\n') {
+                    c = '\n';
+                } else if (next != EOF) {
+                    std::ungetc(next, file);
+                }
+            }
+            buffer[count++] = static_cast<char>(c);
+        }
+        return static_cast<ssize_t>(count);
+    }
+
+    static int Close(void* cookie)
+    {
+        auto* reader = static_cast<TextModeReader*>(cookie);
+        const int result = std::fclose(reader->file_);
+        delete reader;
+        return result;
+    }
+
+    FILE* file_;
+};
 
 }  // namespace
 
@@ -133,14 +185,17 @@ FILE* Kernel32::_wfsopen(const wchar_t* fileName, const wchar_t* mode, int)
         errno = ENOENT;
         return nullptr;
     }
-    // Text and binary mode are the same here; the C runtime's "t" and ",ccs=" have no POSIX meaning.
+    // Files open in text mode unless "b" says otherwise. Reading in text mode turns CR LF into LF;
+    // writing keeps the platform's LF line ends.
     std::string posixMode;
     for (const wchar_t* m = mode; *m != L'\0' && *m != L','; ++m) {
         if (*m == L'r' || *m == L'w' || *m == L'a' || *m == L'+' || *m == L'b') {
             posixMode += static_cast<char>(*m);
         }
     }
-    return std::fopen(path->c_str(), posixMode.c_str());
+    FILE* file = std::fopen(path->c_str(), posixMode.c_str());
+    const bool textRead = posixMode == "r";
+    return file != nullptr && textRead ? TextModeReader::Wrap(file) : file;
 }
 
 }  // namespace platform

@@ -1,6 +1,8 @@
 // Owners that undo a platform call on every way out of a scope.
 #pragma once
 
+#include <string>
+
 #include <objbase.h>
 
 // Joins the calling thread to a COM apartment; leaves it again only if joining succeeded.
@@ -35,4 +37,27 @@ public:
 
 private:
     VARIANT m_value;
+};
+
+// A BSTR that is freed when it goes out of scope.
+class ScopedBstr {
+public:
+    ScopedBstr() = default;
+    explicit ScopedBstr(const std::wstring& text) : m_text(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
+    ~ScopedBstr() { SysFreeString(m_text); }
+    BSTR Get() const { return m_text; }
+    // For an out parameter that hands over a new BSTR.
+    BSTR* Receive()
+    {
+        SysFreeString(m_text);
+        m_text = nullptr;
+        return &m_text;
+    }
+    std::wstring Text() const { return m_text == nullptr ? std::wstring() : std::wstring(m_text, SysStringLen(m_text)); }
+
+    ScopedBstr(const ScopedBstr&) = delete;
+    ScopedBstr& operator=(const ScopedBstr&) = delete;
+
+private:
+    BSTR m_text = nullptr;
 };
