@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <platform/comobject.h>
+#include <platform/machine.h>
 #include <platform/simulatedmachine.h>
+#include <platform/text.h>
 #include <winspool.h>
 #include <wrl/client.h>
 
@@ -201,9 +203,9 @@ TEST(PipelinePropertyBagProxy, ARefusedValueIsLoggedWithItsNameAndValue)
     const LogTail log;
     EXPECT_NO_THROW(proxy.AddProperty(L"XPS_FP_PIN", std::wstring(L"1234")));
     EXPECT_NO_THROW(proxy.SetProperty(L"XPS_FP_ROTATION", -1));
-    EXPECT_TRUE(log.WaitFor(L"[PipelinePropertyBagProxy::AddProperty:"));
+    EXPECT_TRUE(log.WaitFor(L"[ERR] [pipelinepropertybagproxy:PipelinePropertyBagProxy::AddProperty:"));
     EXPECT_TRUE(log.WaitFor(L"Could not add XPS_FP_PIN key with value 1234"));
-    EXPECT_TRUE(log.WaitFor(L"[PipelinePropertyBagProxy::SetProperty:"));
+    EXPECT_TRUE(log.WaitFor(L"[ERR] [pipelinepropertybagproxy:PipelinePropertyBagProxy::SetProperty:"));
     EXPECT_TRUE(log.WaitFor(L"Could not add XPS_FP_ROTATION key with value -1 when SetProperty"));
 }
 

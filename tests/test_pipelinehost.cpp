@@ -11,6 +11,8 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <map>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -22,6 +24,7 @@
 #include "pipelinehost/hresulttext.h"
 #include "pipelinehost/interfiltercommunicator.h"
 #include "pipelinehost/pipelinecontrol.h"
+#include "pipelinehost/progressreport.h"
 #include "pipelinehost/propertybag.h"
 #include "pipelinehost/readstream.h"
 #include "pipelinehost/writestream.h"
@@ -235,6 +238,18 @@ TEST(PropertyBag, DumpShowsNameTypeAndValueInOrder)
     bag->Set(L"PrinterName", std::wstring(L"QX 5200"));
     EXPECT_EQ(bag->Dump(), "XPS_FP_INPUTBIN  VT_I4       7\n"
                            "PrinterName      VT_BSTR     \"QX 5200\"\n");
+}
+
+TEST(PropertyBag, DumpAddsANoteAfterTheValuesItKnows)
+{
+    ComPtr<PropertyBag> bag = PropertyBag::Create();
+    bag->Set(L"PrinterHandle", OwnedVariant::UIntPtr(0x104));
+    bag->Set(L"PrintJobId", OwnedVariant::UInt32(12));
+    const auto note = [](const std::wstring& name, const VARIANT& value) -> std::string {
+        return name == L"PrinterHandle" && value.vt == VT_UINT_PTR ? "printer handle" : "";
+    };
+    EXPECT_EQ(bag->Dump(note), "PrinterHandle  VT_UINT_PTR 0x104, printer handle\n"
+                               "PrintJobId     VT_UI4      12\n");
 }
 
 TEST(PropertyBag, ConcurrentFiltersSeeWholeValues)
@@ -528,6 +543,23 @@ TEST(PipelineControl, RecordsTheFiltersReportsInOrder)
     EXPECT_FALSE(clean->ShutdownReason().has_value());
 }
 
+TEST(ProgressReport, RecordsTheKnownKindsOfProgressAndRefusesOthers)
+{
+    ComPtr<ProgressReport> progress = ProgressReport::Create();
+    auto log = std::make_shared<CallLog>();
+    progress->LogCallsTo(log);
+    EXPECT_EQ(progress->ReportProgress(XpsJob_DocumentSequenceAdded), S_OK);
+    EXPECT_EQ(progress->ReportProgress(XpsJob_FixedPageAdded), S_OK);
+    EXPECT_EQ(progress->ReportProgress(static_cast<EXpsJobConsumption>(7)), E_INVALIDARG);
+    EXPECT_EQ(progress->Reports(),
+              (std::vector<EXpsJobConsumption>{XpsJob_DocumentSequenceAdded, XpsJob_FixedPageAdded}));
+    EXPECT_EQ(log->Entries(), (std::vector<std::string>{
+                                  "progress.ReportProgress(XpsJob_DocumentSequenceAdded) -> S_OK",
+                                  "progress.ReportProgress(XpsJob_FixedPageAdded) -> S_OK",
+                                  "progress.ReportProgress(7) -> E_INVALIDARG",
+                              }));
+}
+
 TEST(InterFilterCommunicator, HandsOutAnyObjectWithAReferenceForTheCaller)
 {
     ComPtr<ReadStream> reader = ReadStream::FromBytes({});
@@ -680,6 +712,11 @@ TEST(PipelineHostProgramErrors, BadArgumentsGiveExitCode2AndOneLine)
         {"--input", (folder / "job.bin").string(), "--shutdown-after", "soon"},
         {"--input", (folder / "job.bin").string(), "--root", (folder / "no-such-folder").string()},
         {"--input", (folder / "job.bin").string(), "--module", (folder / "no-such-module.so").string()},
+        {"--input", (folder / "job.bin").string(), "--printer", "QX Mesa 44"},
+        {"--input", (folder / "job.bin").string(), "--machine", QX_DEFAULT_MACHINE, "--job", "none"},
+        {"--input", (folder / "job.bin").string(), "--machine", (folder / "no-such-machine.json").string()},
+        {"--input", (folder / "job.bin").string(), "--machine", QX_DEFAULT_MACHINE, "--printer", "No Such"},
+        {"--input", (folder / "job.bin").string(), "--machine", QX_DEFAULT_MACHINE, "--job", "21"},
     };
     for (const std::vector<std::string>& arguments : cases) {
         const ProcessResult run = RunHost(arguments, folder);
@@ -698,6 +735,119 @@ TEST(PipelineHostProgramErrors, MissingInputFileIsNamed)
     const ProcessResult run = RunHost({"--input", missing}, folder);
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(run.err, "qxpipelinehost: cannot read the input: " + missing + ": No such file or directory\n");
+}
+
+// ---- the host on a machine description
+
+// The report's property bag section: each property's type and value text, by name.
+std::map<std::string, std::pair<std::string, std::string>> BagLines(const std::string& report)
+{
+    std::map<std::string, std::pair<std::string, std::string>> lines;
+    const auto start = report.find("Property bag after the run\n");
+    const auto end = report.find("\nOutput\n");
+    if (start == std::string::npos || end == std::string::npos) {
+        return lines;
+    }
+    std::istringstream section(report.substr(start, end - start));
+    std::string line;
+    std::getline(section, line);  // the heading
+    while (std::getline(section, line)) {
+        std::istringstream columns(line);
+        std::string name;
+        std::string type;
+        std::string value;
+        columns >> name >> type >> std::ws;
+        std::getline(columns, value);
+        lines[name] = {type, value};
+    }
+    return lines;
+}
+
+// "0x1A4" followed by the given text.
+bool HexThen(const std::string& value, const std::string& rest)
+{
+    const std::size_t digits = value.find_first_not_of("0123456789ABCDEF", 2);
+    return value.rfind("0x", 0) == 0 && digits != std::string::npos && digits > 2 && value.substr(digits) == rest;
+}
+
+struct MachineJob {
+    std::vector<std::string> choice;  // --printer / --job, none for the defaults
+    std::string printer;
+    std::string job;
+    std::string document;
+    std::string user;
+    bool driverPropertyBag;
+};
+
+class PipelineHostOnTheBundledMachine : public testing::TestWithParam<MachineJob> {};
+
+TEST_P(PipelineHostOnTheBundledMachine, GivesTheJobItsContext)
+{
+    const MachineJob& expected = GetParam();
+    TempFolder folder;
+    fs::create_directories(folder / "machine");
+    std::vector<std::string> arguments{"--input",  (folder / "job.bin").string(), "--root", (folder / "machine").string(),
+                                       "--machine", QX_DEFAULT_MACHINE};
+    WriteFile(folder / "job.bin", RandomBytes(5000));
+    arguments.insert(arguments.end(), expected.choice.begin(), expected.choice.end());
+    const ProcessResult run = RunHost(arguments, folder);
+
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_EQ(run.err, "");
+    const std::string printer = "\"" + expected.printer + "\"";
+    const std::string document = "\"" + expected.document + "\"";
+    EXPECT_NE(run.out.find("\nJob, from " + std::string(QX_DEFAULT_MACHINE) + "\n  printer   " + printer + ", "),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("\n  job       " + expected.job + ", " + document + ", "), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\n  user      " + expected.user + "\n"), std::string::npos) << run.out;
+
+    using Line = std::pair<std::string, std::string>;
+    auto bag = BagLines(run.out);
+    EXPECT_EQ(bag["PrinterName"], (Line{"VT_BSTR", printer}));
+    EXPECT_EQ(bag["PrintJobId"], (Line{"VT_UI4", expected.job + ", job " + document}));
+    EXPECT_EQ(bag["PrinterHandle"].first, "VT_UINT_PTR");
+    EXPECT_TRUE(HexThen(bag["PrinterHandle"].second, ", printer handle of " + printer)) << bag["PrinterHandle"].second;
+    EXPECT_EQ(bag["UserSecurityToken"].first, "VT_UINT_PTR");
+    EXPECT_TRUE(HexThen(bag["UserSecurityToken"].second, ", token of user " + expected.user))
+        << bag["UserSecurityToken"].second;
+    EXPECT_EQ(bag["ProgressReport"].first, "VT_UNKNOWN");
+    EXPECT_EQ(bag["ProgressReport"].second.rfind("object, IPrintPipelineProgressReport, ", 0), 0u)
+        << bag["ProgressReport"].second;
+    if (expected.driverPropertyBag) {
+        EXPECT_EQ(bag["DriverPropertyBag"],
+                  (Line{"VT_UNKNOWN", "object, IPrinterPropertyBag of " + printer + ", 20 declared values"}));
+    } else {
+        EXPECT_EQ(bag.count("DriverPropertyBag"), 0u) << "a legacy driver has no bag in the pipeline";
+    }
+    // The machine's declared files are there for the legacy driver to find.
+    EXPECT_TRUE(fs::exists(folder / "machine/C/Windows/System32/spool/drivers/x64/3/qxlegacy.ldpb"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Printers, PipelineHostOnTheBundledMachine,
+    testing::Values(MachineJob{{}, "QX Mesa 44", "12", "C:\\Users\\ana\\Documents\\poster.pdf", "ana", true},
+                    MachineJob{{"--printer", "qx quarry 36", "--job", "22"}, "QX Quarry 36", "22",
+                               "https://example.com/plans/elevations.dwg", "ben", false}),
+    [](const testing::TestParamInfo<MachineJob>& info) { return info.param.driverPropertyBag ? "Version4" : "Legacy"; });
+
+TEST(PipelineHostProgramErrors, ARefusedMachineStopsTheRunWithTheLoadersLine)
+{
+    TempFolder folder;
+    WriteFile(folder / "job.bin", "x");
+    WriteFile(folder / "machine.json", R"({"printers": [{"name": "P", "port": "LPT1:", "driverName": "D",
+        "driverModelVersion": 4, "driverFileVersion": "1.0.0.0",
+        "driverPropertyBag": {"CanDoCopies": {"type": "bool", "value": "yes"}}}]})");
+    const std::string machine = (folder / "machine.json").string();
+    const ProcessResult run = RunHost({"--input", (folder / "job.bin").string(), "--output",
+                                       (folder / "out.bin").string(), "--machine", machine},
+                                      folder);
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "qxpipelinehost: " + machine +
+                           ": /printers/0/driverPropertyBag/CanDoCopies/value: expected true or false for type "
+                           "\"bool\", found the string \"yes\"\n");
+    EXPECT_FALSE(fs::exists(folder / "out.bin")) << "nothing ran";
 }
 
 }  // namespace

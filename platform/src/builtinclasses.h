@@ -15,5 +15,7 @@ struct BuiltInClass {
 std::vector<BuiltInClass> BuiltInClasses();
 
 IUnknown* NewXpsOMObjectFactory();
+IUnknown* NewDomDocument60();
+IUnknown* NewBidiSpl();
 
 }  // namespace platform

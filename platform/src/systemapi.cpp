@@ -33,17 +33,26 @@ Slot<IOle32, Ole32>& Ole32Slot()
     return *slot;
 }
 
+Slot<IWinSpool, WinSpool>& WinSpoolSlot()
+{
+    static auto* slot = new Slot<IWinSpool, WinSpool>;
+    return *slot;
+}
+
 }  // namespace
 
 IKernel32& CurrentKernel32() { return Kernel32Slot().Current(); }
 IKernel32* Install(IKernel32* replacement) { return Kernel32Slot().Install(replacement); }
 IOle32& CurrentOle32() { return Ole32Slot().Current(); }
 IOle32* Install(IOle32* replacement) { return Ole32Slot().Install(replacement); }
+IWinSpool& CurrentWinSpool() { return WinSpoolSlot().Current(); }
+IWinSpool* Install(IWinSpool* replacement) { return WinSpoolSlot().Install(replacement); }
 
 }  // namespace platform
 
 using platform::CurrentKernel32;
 using platform::CurrentOle32;
+using platform::CurrentWinSpool;
 
 HGLOBAL GlobalAlloc(UINT uFlags, SIZE_T dwBytes) { return CurrentKernel32().GlobalAlloc(uFlags, dwBytes); }
 HGLOBAL GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) { return CurrentKernel32().GlobalReAlloc(hMem, dwBytes, uFlags); }
@@ -71,3 +80,9 @@ HRESULT CoRegisterClassObject(REFCLSID rclsid, IUnknown* pUnk, DWORD dwClsContex
 HRESULT CoRevokeClassObject(DWORD dwRegister) { return CurrentOle32().CoRevokeClassObject(dwRegister); }
 HRESULT CreateStreamOnHGlobal(HGLOBAL hGlobal, BOOL fDeleteOnRelease, IStream** ppstm) { return CurrentOle32().CreateStreamOnHGlobal(hGlobal, fDeleteOnRelease, ppstm); }
 HRESULT GetHGlobalFromStream(IStream* pstm, HGLOBAL* phglobal) { return CurrentOle32().GetHGlobalFromStream(pstm, phglobal); }
+
+BOOL OpenPrinterW(LPWSTR pPrinterName, LPHANDLE phPrinter, LPPRINTER_DEFAULTSW pDefault) { return CurrentWinSpool().OpenPrinterW(pPrinterName, phPrinter, pDefault); }
+BOOL ClosePrinter(HANDLE hPrinter) { return CurrentWinSpool().ClosePrinter(hPrinter); }
+BOOL GetPrinterW(HANDLE hPrinter, DWORD Level, LPBYTE pPrinter, DWORD cbBuf, LPDWORD pcbNeeded) { return CurrentWinSpool().GetPrinterW(hPrinter, Level, pPrinter, cbBuf, pcbNeeded); }
+BOOL GetPrinterDriverW(HANDLE hPrinter, LPWSTR pEnvironment, DWORD Level, LPBYTE pDriverInfo, DWORD cbBuf, LPDWORD pcbNeeded) { return CurrentWinSpool().GetPrinterDriverW(hPrinter, pEnvironment, Level, pDriverInfo, cbBuf, pcbNeeded); }
+BOOL GetJobW(HANDLE hPrinter, DWORD JobId, DWORD Level, LPBYTE pJob, DWORD cbBuf, LPDWORD pcbNeeded) { return CurrentWinSpool().GetJobW(hPrinter, JobId, Level, pJob, cbBuf, pcbNeeded); }

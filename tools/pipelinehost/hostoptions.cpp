@@ -37,6 +37,17 @@ PropertyOption ParseProperty(const std::string& text)
     throw UsageError("--property " + name + ": unknown type '" + type + "' (use i4 or bstr)");
 }
 
+DWORD ParseJobId(const std::string& text)
+{
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long long number = std::strtoull(text.c_str(), &end, 10);
+    if (text.empty() || text[0] == '-' || *end != '\0' || errno == ERANGE || number == 0 || number > UINT32_MAX) {
+        throw UsageError("--job wants a job id from 1 to " + std::to_string(UINT32_MAX) + ", not '" + text + "'");
+    }
+    return static_cast<DWORD>(number);
+}
+
 unsigned ParseMilliseconds(const std::string& text)
 {
     char* end = nullptr;
@@ -100,6 +111,15 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
             SetOnce(options.module, option, value());
         } else if (option == "--root") {
             SetOnce(options.root, option, value());
+        } else if (option == "--machine") {
+            SetOnce(options.machine, option, value());
+        } else if (option == "--printer") {
+            SetOnce(options.printer, option, value());
+        } else if (option == "--job") {
+            if (options.job) {
+                throw UsageError(option + " given twice");
+            }
+            options.job = ParseJobId(value());
         } else if (option == "--property") {
             options.properties.push_back(ParseProperty(value()));
         } else if (option == "--shutdown-after") {
@@ -113,6 +133,9 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
     }
     if (!options.help && options.input.empty()) {
         throw UsageError("--input FILE is required");
+    }
+    if (options.machine.empty() && (!options.printer.empty() || options.job)) {
+        throw UsageError(std::string(options.job ? "--job" : "--printer") + " needs --machine FILE");
     }
     return options;
 }
@@ -131,7 +154,14 @@ std::string HostUsage()
            "  --module PATH           the filter module (default: libqxiprev.so beside this program)\n"
            "  --root DIR              the simulated machine's root folder (default: $QX_MACHINE_ROOT,\n"
            "                          else /tmp/qxmachine-<uid>)\n"
-           "  --property NAME=i4:N    put a VT_I4 into the pipeline property bag (repeatable)\n"
+           "  --machine FILE          load the simulated machine from a machine description (JSON)\n"
+           "                          and give the job its context in the property bag: printer\n"
+           "                          name and handle, job id, user token, progress report and,\n"
+           "                          for a version-4 driver, the driver property bag\n"
+           "  --printer NAME          the job's printer (default: the machine's first printer)\n"
+           "  --job ID                the job's id (default: the first job on that printer)\n"
+           "  --property NAME=i4:N    put a VT_I4 into the pipeline property bag (repeatable;\n"
+           "                          after the job context, replacing a property of that name)\n"
            "  --property NAME=bstr:T  put a VT_BSTR into the pipeline property bag (repeatable)\n"
            "  --gradual               deliver the input in small chunks from a producer thread, so\n"
            "                          that reads wait as behind a real previous filter\n"
@@ -140,7 +170,7 @@ std::string HostUsage()
            "  --help                  this text\n"
            "\n"
            "Exit status: 0 StartOperation succeeded, 1 the filter failed, 2 usage error, unreadable\n"
-           "file or module that cannot be loaded.\n";
+           "file, refused machine description, or module that cannot be loaded.\n";
 }
 
 }  // namespace pipelinehost

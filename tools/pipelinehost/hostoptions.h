@@ -18,9 +18,12 @@ struct PropertyOption {
 struct HostOptions {
     bool help = false;
     std::string input;
-    std::string output;  // empty: a temporary file, removed after the run
-    std::string module;  // empty: the filter module beside the host
-    std::string root;    // empty: $QX_MACHINE_ROOT, or the platform's default
+    std::string output;   // empty: a temporary file, removed after the run
+    std::string module;   // empty: the filter module beside the host
+    std::string root;     // empty: $QX_MACHINE_ROOT, or the platform's default
+    std::string machine;  // a machine description; empty: no job context in the bag
+    std::string printer;  // empty: the machine's first printer
+    std::optional<DWORD> job;  // none: the first job on the printer
     std::vector<PropertyOption> properties;
     bool gradual = false;
     std::optional<unsigned> shutdownAfterMs;

@@ -5,7 +5,8 @@
 namespace pipelinehost {
 
 JobPipeline BuildJobPipeline(Microsoft::WRL::ComPtr<ReadStream> reader, Microsoft::WRL::ComPtr<WriteStream> writer,
-                             const std::vector<PropertyOption>& properties)
+                             const std::vector<PropertyOption>& properties,
+                             Microsoft::WRL::ComPtr<ProgressReport> progress)
 {
     JobPipeline pipeline;
     pipeline.calls = std::make_shared<CallLog>();
@@ -17,12 +18,16 @@ JobPipeline BuildJobPipeline(Microsoft::WRL::ComPtr<ReadStream> reader, Microsof
         pipeline.bag->Set(property.name, property.value);
     }
     pipeline.control = PipelineControl::Create();
+    pipeline.progress = std::move(progress);
 
     pipeline.reader->LogCallsTo(pipeline.calls);
     pipeline.writer->LogCallsTo(pipeline.calls);
     pipeline.communicator->LogCallsTo(pipeline.calls);
     pipeline.bag->LogCallsTo(pipeline.calls);
     pipeline.control->LogCallsTo(pipeline.calls);
+    if (pipeline.progress) {
+        pipeline.progress->LogCallsTo(pipeline.calls);
+    }
     return pipeline;
 }
 

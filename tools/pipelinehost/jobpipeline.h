@@ -1,6 +1,6 @@
 // The pipeline's objects for one job, as the host sets them up around the filter: the input and
-// output streams, the communicator that hands them over, the property bag, the control, and one
-// record of every call the filter makes into any of them.
+// output streams, the communicator that hands them over, the property bag, the control, the
+// progress report when the job has one, and one record of every call the filter makes into any of them.
 #pragma once
 
 #include <memory>
@@ -13,6 +13,7 @@
 #include "pipelinehost/hostoptions.h"
 #include "pipelinehost/interfiltercommunicator.h"
 #include "pipelinehost/pipelinecontrol.h"
+#include "pipelinehost/progressreport.h"
 #include "pipelinehost/propertybag.h"
 #include "pipelinehost/readstream.h"
 #include "pipelinehost/writestream.h"
@@ -26,10 +27,14 @@ struct JobPipeline {
     Microsoft::WRL::ComPtr<InterFilterCommunicator> communicator;
     Microsoft::WRL::ComPtr<PropertyBag> bag;
     Microsoft::WRL::ComPtr<PipelineControl> control;
+    Microsoft::WRL::ComPtr<ProgressReport> progress;  // may be null
 };
 
-// Around the job's input and output streams; the bag starts with the given properties.
+// Around the job's input and output streams; the bag starts with the given properties, in order, a
+// later one replacing an earlier one of the same name. The progress report, if any, is the one the
+// properties hand the filter; its calls are recorded with the others.
 JobPipeline BuildJobPipeline(Microsoft::WRL::ComPtr<ReadStream> reader, Microsoft::WRL::ComPtr<WriteStream> writer,
-                             const std::vector<PropertyOption>& properties);
+                             const std::vector<PropertyOption>& properties,
+                             Microsoft::WRL::ComPtr<ProgressReport> progress = nullptr);
 
 }  // namespace pipelinehost

@@ -4,17 +4,20 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include <objbase.h>
 #include <platform/machine.h>
+#include <platform/machinedescription.h>
 
 #include "pipelinehost/filtermodule.h"
 #include "pipelinehost/filterrun.h"
 #include "pipelinehost/gradualfeeder.h"
 #include "pipelinehost/hostoptions.h"
+#include "pipelinehost/jobcontext.h"
 #include "pipelinehost/jobpipeline.h"
 #include "pipelinehost/outputfile.h"
 #include "pipelinehost/runreport.h"
@@ -75,9 +78,25 @@ auto OrSetupError(const std::string& what, Make make)
     }
 }
 
+// The job's context on the machine the description declares. A refused description ends the run
+// with the loader's own message, before the input or the module is touched.
+std::unique_ptr<JobContext> LoadJobContext(const HostOptions& options)
+{
+    if (options.machine.empty()) {
+        return nullptr;
+    }
+    platform::LoadMachineDescription(options.machine);
+    try {
+        return std::make_unique<JobContext>(options.printer, options.job);
+    } catch (const std::exception& error) {
+        throw SetupError("cannot set up the job on " + options.machine + ": " + error.what());
+    }
+}
+
 int RunHost(const HostOptions& options)
 {
     UseMachineRoot(options.root);
+    std::unique_ptr<JobContext> context = LoadJobContext(options);
     const auto delivery = options.gradual ? ReadStream::Delivery::Gradual : ReadStream::Delivery::Whole;
     auto reader = OrSetupError("cannot read the input", [&] { return ReadStream::OpenFile(options.input, delivery); });
     const std::string modulePath = options.module.empty() ? DefaultModulePath() : options.module;
@@ -87,7 +106,11 @@ int RunHost(const HostOptions& options)
         return options.output.empty() ? OutputFile::Temporary() : OutputFile(options.output);
     });
     auto writer = OrSetupError("cannot write the output", [&] { return WriteStream::ToFile(output.Path()); });
-    JobPipeline pipeline = BuildJobPipeline(std::move(reader), std::move(writer), options.properties);
+    // The pipeline's own properties first; the command line's may replace them.
+    std::vector<PropertyOption> properties = context ? context->Properties() : std::vector<PropertyOption>{};
+    properties.insert(properties.end(), options.properties.begin(), options.properties.end());
+    JobPipeline pipeline = BuildJobPipeline(std::move(reader), std::move(writer), properties,
+                                            context ? context->Progress() : nullptr);
 
     RunReport report;
     {
@@ -100,9 +123,19 @@ int RunHost(const HostOptions& options)
             }
             run = RunFilter(module, pipeline, options.shutdownAfterMs);
         }
-        report = SnapshotJob(pipeline, run);
-        // The pipeline lets go of the job's objects before it asks whether the module may go.
+        PropertyBag::ValueNote notes;
+        if (context) {
+            notes = [&context](const std::wstring& name, const VARIANT& value) { return context->Describe(name, value); };
+        }
+        report = SnapshotJob(pipeline, run, notes);
+        if (context) {
+            report.machineFile = options.machine;
+            report.job = context->Summary();
+        }
+        // The pipeline lets go of the job's objects before it asks whether the module may go, and
+        // closes the printer handle and the token once the job is over.
         pipeline = JobPipeline{};
+        context.reset();
         report.canUnloadNow = module.UnloadIfUnused();
         report.unloaded = !module.Loaded();
     }

@@ -43,6 +43,22 @@ OwnedVariant OwnedVariant::Int32(LONG value)
     return result;
 }
 
+OwnedVariant OwnedVariant::UInt32(ULONG value)
+{
+    OwnedVariant result;
+    result.value_.vt = VT_UI4;
+    result.value_.ulVal = value;
+    return result;
+}
+
+OwnedVariant OwnedVariant::UIntPtr(UINT_PTR value)
+{
+    OwnedVariant result;
+    result.value_.vt = VT_UINT_PTR;
+    result.value_.uintptrVal = value;
+    return result;
+}
+
 OwnedVariant OwnedVariant::String(std::wstring_view text)
 {
     OwnedVariant result;

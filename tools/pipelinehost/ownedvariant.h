@@ -20,6 +20,9 @@ public:
     ~OwnedVariant() { VariantClear(&value_); }
 
     static OwnedVariant Int32(LONG value);
+    static OwnedVariant UInt32(ULONG value);
+    // VT_UINT_PTR: a pointer-sized payload, as the pipeline passes handles.
+    static OwnedVariant UIntPtr(UINT_PTR value);
     static OwnedVariant String(std::wstring_view text);
     // Holds a reference of its own to the object (which may be null).
     static OwnedVariant Unknown(IUnknown* object);

@@ -121,20 +121,27 @@ std::optional<OwnedVariant> PropertyBag::Get(const std::wstring& name) const
     return std::nullopt;
 }
 
-std::string PropertyBag::Dump() const
+std::string PropertyBag::Dump(const ValueNote& note) const
 {
+    // A copy first: the note may call into the objects the bag holds, and so back into the bag.
+    std::vector<Entry> entries;
+    {
+        std::lock_guard lock(mutex_);
+        entries = entries_;
+    }
     std::vector<std::string> names;
     std::vector<std::string> types;
     std::vector<std::string> values;
     std::size_t nameWidth = 0;
-    {
-        std::lock_guard lock(mutex_);
-        for (const Entry& entry : entries_) {
-            names.push_back(platform::ToUtf8(entry.first));
-            types.push_back(VariantTypeName(entry.second.Type()));
-            values.push_back(VariantValueText(entry.second.Get()));
-            nameWidth = std::max(nameWidth, names.back().size());
+    for (const Entry& entry : entries) {
+        names.push_back(platform::ToUtf8(entry.first));
+        types.push_back(VariantTypeName(entry.second.Type()));
+        values.push_back(VariantValueText(entry.second.Get()));
+        if (note) {
+            const std::string text = note(entry.first, entry.second.Get());
+            values.back() += text.empty() ? "" : ", " + text;
         }
+        nameWidth = std::max(nameWidth, names.back().size());
     }
     std::string dump;
     for (std::size_t i = 0; i < names.size(); ++i) {

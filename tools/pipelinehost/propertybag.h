@@ -1,6 +1,7 @@
 // The pipeline's property bag, in memory: named VARIANTs shared by the filters of one job.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -23,6 +24,10 @@ inline constexpr HRESULT kPropertyNotFound = HRESULT_FROM_WIN32(1168);
 
 class PropertyBag : public platform::ComObject<PropertyBag, IPrintPipelinePropertyBag> {
 public:
+    // What a reader should know about a value beyond its type and payload ("printer handle of
+    // ..."); empty for nothing to add.
+    using ValueNote = std::function<std::string(const std::wstring& name, const VARIANT& value)>;
+
     static Microsoft::WRL::ComPtr<PropertyBag> Create();
 
     // Every call a filter makes through the interface is recorded there; set before handing the bag out.
@@ -44,8 +49,8 @@ public:
     // Names in the order they were first added (a replaced value keeps its place).
     std::vector<std::wstring> Names() const;
     std::optional<OwnedVariant> Get(const std::wstring& name) const;
-    // One line per property: name, type and value, aligned.
-    std::string Dump() const;
+    // One line per property: name, type and value, aligned, and the note on the value if there is one.
+    std::string Dump(const ValueNote& note = nullptr) const;
 
 private:
     using Base = platform::ComObject<PropertyBag, IPrintPipelinePropertyBag>;

@@ -22,9 +22,9 @@ std::string Ms(double milliseconds)
     return text;
 }
 
-void PrintSetting(std::ostream& out, const char* label, const std::string& value)
+void PrintSetting(std::ostream& out, const std::string& label, const std::string& value)
 {
-    out << "  " << label << std::string(10 - std::string(label).size(), ' ') << value << "\n";
+    out << "  " << label << std::string(label.size() < 10 ? 10 - label.size() : 1, ' ') << value << "\n";
 }
 
 void PrintResult(std::ostream& out, const FilterRunResult& run)
@@ -106,13 +106,13 @@ void PrintOutput(std::ostream& out, const RunReport& report)
 
 }  // namespace
 
-RunReport SnapshotJob(const JobPipeline& pipeline, const FilterRunResult& run)
+RunReport SnapshotJob(const JobPipeline& pipeline, const FilterRunResult& run, const PropertyBag::ValueNote& notes)
 {
     RunReport report;
     report.run = run;
     report.calls = pipeline.calls->Entries();
     report.controlCalls = pipeline.control->Calls();
-    report.bag = pipeline.bag->Dump();
+    report.bag = pipeline.bag->Dump(notes);
     report.reads = pipeline.reader->Stats();
     report.writeCalls = pipeline.writer->WriteCalls();
     report.writerCloses = pipeline.writer->CloseCount();
@@ -127,6 +127,13 @@ void PrintReport(std::ostream& out, const RunReport& report)
     PrintSetting(out, "input", report.inputPath + (report.gradual ? " (delivered gradually)" : ""));
     PrintSetting(out, "output", report.outputPath + (report.outputTemporary ? " (temporary, removed)" : ""));
     PrintSetting(out, "machine", report.machineRoot);
+
+    if (!report.machineFile.empty()) {
+        out << "\nJob, from " << report.machineFile << "\n";
+        for (const auto& [label, text] : report.job) {
+            PrintSetting(out, label, text);
+        }
+    }
 
     out << "\nResult\n";
     PrintResult(out, report.run);

@@ -3,10 +3,12 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pipelinehost/filecompare.h"
 #include "pipelinehost/filterrun.h"
+#include "pipelinehost/propertybag.h"
 #include "pipelinehost/readstream.h"
 
 namespace pipelinehost {
@@ -18,6 +20,8 @@ struct RunReport {
     bool outputTemporary = false;
     std::string machineRoot;
     bool gradual = false;
+    std::string machineFile;                                  // empty: the job ran without a context
+    std::vector<std::pair<std::string, std::string>> job;     // label and text of each line
 
     FilterRunResult run;
     std::vector<std::string> calls;         // every call, in order
@@ -32,8 +36,9 @@ struct RunReport {
     bool unloaded = false;
 };
 
-// The pipeline's objects are read here, before the host lets go of them.
-RunReport SnapshotJob(const JobPipeline& pipeline, const FilterRunResult& run);
+// The pipeline's objects are read here, before the host lets go of them; the notes explain bag values.
+RunReport SnapshotJob(const JobPipeline& pipeline, const FilterRunResult& run,
+                      const PropertyBag::ValueNote& notes = nullptr);
 void PrintReport(std::ostream& out, const RunReport& report);
 
 }  // namespace pipelinehost

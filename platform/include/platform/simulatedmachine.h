@@ -59,7 +59,7 @@ struct JobDescription {
     DWORD totalPages = 0;
     DWORD size = 0;  // bytes spooled
     // Set from the local time when the job is added, unless given.
-    std::optional<SYSTEMTIME> submitted;
+    std::optional<SYSTEMTIME> submitted = std::nullopt;
 };
 
 struct UserDescription {

@@ -5,6 +5,7 @@
 
 #include "../objbase.h"
 #include "../windows.h"
+#include "../winspool.h"
 
 namespace platform {
 
@@ -46,6 +47,19 @@ public:
     virtual HRESULT GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) = 0;
 };
 
+class IWinSpool {
+public:
+    virtual ~IWinSpool() = default;
+
+    virtual BOOL OpenPrinterW(LPWSTR printerName, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) = 0;
+    virtual BOOL ClosePrinter(HANDLE printer) = 0;
+    virtual BOOL GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD bufferSize, LPDWORD needed) = 0;
+    virtual BOOL GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, LPBYTE buffer, DWORD bufferSize,
+                                   LPDWORD needed) = 0;
+    virtual BOOL GetJobW(HANDLE printer, DWORD jobId, DWORD level, LPBYTE buffer, DWORD bufferSize,
+                         LPDWORD needed) = 0;
+};
+
 // The real implementations; derive from these to fail single calls.
 class Kernel32 : public IKernel32 {
 public:
@@ -81,11 +95,24 @@ public:
     HRESULT GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) override;
 };
 
+// The spooler of the simulated machine.
+class WinSpool : public IWinSpool {
+public:
+    BOOL OpenPrinterW(LPWSTR printerName, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) override;
+    BOOL ClosePrinter(HANDLE printer) override;
+    BOOL GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD bufferSize, LPDWORD needed) override;
+    BOOL GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, LPBYTE buffer, DWORD bufferSize,
+                           LPDWORD needed) override;
+    BOOL GetJobW(HANDLE printer, DWORD jobId, DWORD level, LPBYTE buffer, DWORD bufferSize, LPDWORD needed) override;
+};
+
 // The implementation in force. Install returns the one it replaces; installing null restores the real one.
 IKernel32& CurrentKernel32();
 IKernel32* Install(IKernel32* replacement);
 IOle32& CurrentOle32();
 IOle32* Install(IOle32* replacement);
+IWinSpool& CurrentWinSpool();
+IWinSpool* Install(IWinSpool* replacement);
 
 template <class Api>
 class ScopedInstall {

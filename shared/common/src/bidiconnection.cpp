@@ -63,3 +63,38 @@ std::optional<BidiValues> BidiConnection::Get(const std::wstring& schema)
     }
     return ReadBidiSchemaValues(response.Text());
 }
+
+std::optional<BidiValues> ReadBidiSchemaValues(const std::wstring& response)
+{
+    ComPtr<IXMLDOMDocument2> document;
+    if (FAILED(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&document)))) {
+        return std::nullopt;
+    }
+    const ScopedBstr text(response);
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    if (FAILED(document->loadXML(text.Get(), &loaded)) || loaded != VARIANT_TRUE) {
+        return std::nullopt;
+    }
+    const ScopedBstr query(L"//Schema[@name]");
+    ComPtr<IXMLDOMNodeList> entries;
+    long count = 0;
+    if (FAILED(document->selectNodes(query.Get(), &entries)) || !entries || FAILED(entries->get_length(&count))) {
+        return std::nullopt;
+    }
+    BidiValues values;
+    const ScopedBstr nameAttribute(L"name");
+    for (long i = 0; i < count; ++i) {
+        ComPtr<IXMLDOMNode> node;
+        ComPtr<IXMLDOMElement> entry;
+        if (FAILED(entries->get_item(i, &node)) || !node || FAILED(node.As(&entry))) {
+            continue;
+        }
+        ScopedVariant name;
+        ScopedBstr value;
+        if (entry->getAttribute(nameAttribute.Get(), &name) == S_OK && name.Get().vt == VT_BSTR &&
+            SUCCEEDED(entry->get_text(value.Receive()))) {
+            values.emplace(std::wstring(name.Get().bstrVal, SysStringLen(name.Get().bstrVal)), value.Text());
+        }
+    }
+    return values;
+}

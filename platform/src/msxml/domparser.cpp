@@ -1,0 +1,200 @@
+#include "domparser.h"
+
+#include <climits>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/SAX2.h>
+
+#include "domtext.h"
+#include "quietlibxmlerrors.h"
+
+namespace platform::msxml {
+namespace {
+
+struct ParseState {
+    const DocumentSettings* settings = nullptr;
+    long depth = 0;
+    bool refused = false;  // stopped by one of our own limits
+    bool failed = false;
+    ParseFailure failure;
+};
+
+xmlParserCtxtPtr ContextOf(void* ctx) { return static_cast<xmlParserCtxtPtr>(ctx); }
+ParseState& StateOf(void* ctx) { return *static_cast<ParseState*>(ContextOf(ctx)->_private); }
+
+// Only the first error is reported, as MSXML's parseError does.
+void Fail(void* ctx, const std::wstring& reason, long line, long column)
+{
+    ParseState& state = StateOf(ctx);
+    if (state.failed) {
+        return;
+    }
+    state.failed = true;
+    state.failure.reason = reason;
+    state.failure.line = line;
+    state.failure.linePosition = column;
+    state.failure.filePosition = xmlByteConsumed(ContextOf(ctx));
+}
+
+void Refuse(void* ctx, const std::wstring& reason)
+{
+    xmlParserCtxtPtr parser = ContextOf(ctx);
+    const long line = parser->input != nullptr ? parser->input->line : 0;
+    const long column = parser->input != nullptr ? parser->input->col : 0;
+    Fail(ctx, reason, line, column);
+    StateOf(ctx).refused = true;
+    xmlStopParser(parser);
+}
+
+void OnError(void* ctx, xmlErrorPtr error)
+{
+    if (error == nullptr || error->level < XML_ERR_ERROR) {
+        return;
+    }
+    std::wstring reason = WideOf(reinterpret_cast<const xmlChar*>(error->message));
+    while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) {
+        reason.pop_back();
+    }
+    Fail(ctx, reason, error->line, error->int2);
+}
+
+// MSXML 6 refuses a document type declaration unless ProhibitDTD is off; even then only the
+// internal subset is read.
+void OnInternalSubset(void* ctx, const xmlChar* name, const xmlChar* externalId, const xmlChar* systemId)
+{
+    if (StateOf(ctx).settings->prohibitDtd) {
+        Refuse(ctx, L"DTD is prohibited.");
+        return;
+    }
+    xmlSAX2InternalSubset(ctx, name, externalId, systemId);
+}
+
+void OnExternalSubset(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
+
+// Nothing outside the document is ever read: no external subset, no external entity.
+xmlParserInputPtr OnResolveEntity(void*, const xmlChar*, const xmlChar*) { return nullptr; }
+
+void OnStartElement(void* ctx, const xmlChar* localName, const xmlChar* prefix, const xmlChar* uri,
+                    int namespaceCount, const xmlChar** namespaces, int attributeCount, int defaultedCount,
+                    const xmlChar** attributes)
+{
+    ParseState& state = StateOf(ctx);
+    ++state.depth;
+    if (state.settings->maxElementDepth > 0 && state.depth > state.settings->maxElementDepth) {
+        Refuse(ctx, L"Element nesting exceeds the maximum depth of " + std::to_wstring(state.settings->maxElementDepth) + L".");
+        return;
+    }
+    xmlSAX2StartElementNs(ctx, localName, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
+                          attributes);
+}
+
+void OnEndElement(void* ctx, const xmlChar* localName, const xmlChar* prefix, const xmlChar* uri)
+{
+    --StateOf(ctx).depth;
+    xmlSAX2EndElementNs(ctx, localName, prefix, uri);
+}
+
+// Without preserveWhiteSpace MSXML drops text that is only whitespace, except where xml:space
+// asks to keep it.
+void DropWhitespaceText(xmlDocPtr doc)
+{
+    std::vector<xmlNodePtr> blanks;
+    xmlNodePtr node = doc->children;
+    while (node != nullptr) {
+        if (node->type == XML_TEXT_NODE && xmlIsBlankNode(node) && xmlNodeGetSpacePreserve(node->parent) != 1) {
+            blanks.push_back(node);
+        }
+        if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+            node = node->children;
+            continue;
+        }
+        while (node != nullptr && node->next == nullptr) {
+            node = node->parent;
+            if (node == reinterpret_cast<xmlNodePtr>(doc)) {
+                node = nullptr;
+            }
+        }
+        if (node != nullptr) {
+            node = node->next;
+        }
+    }
+    for (xmlNodePtr blank : blanks) {
+        xmlUnlinkNode(blank);
+        xmlFreeNode(blank);
+    }
+}
+
+struct ParserContextDeleter {
+    void operator()(xmlParserCtxtPtr context) const { xmlFreeParserCtxt(context); }
+};
+
+}  // namespace
+
+void InitializeLibxml()
+{
+    static std::once_flag initialised;
+    std::call_once(initialised, [] { xmlInitParser(); });
+}
+
+ParseResult ParseDocument(const char* bytes, std::size_t size, SourceEncoding encoding, const DocumentSettings& settings)
+{
+    InitializeLibxml();
+    QuietLibxmlErrors quiet;  // errors are collected through the parser's own handler
+
+    ParseResult result;
+    if (size > kMaxDocumentBytes || size > static_cast<std::size_t>(INT_MAX)) {
+        result.failure.reason = L"The document is too large.";
+        return result;
+    }
+    static const char empty = '\0';
+    std::unique_ptr<xmlParserCtxt, ParserContextDeleter> parser(
+        xmlCreateMemoryParserCtxt(size == 0 ? &empty : bytes, static_cast<int>(size)));
+    if (!parser) {
+        result.failure.reason = L"Out of memory.";
+        return result;
+    }
+    ParseState state;
+    state.settings = &settings;
+    parser->_private = &state;
+    xmlSAXHandler* sax = parser->sax;
+    sax->serror = OnError;
+    sax->internalSubset = OnInternalSubset;
+    sax->externalSubset = OnExternalSubset;
+    sax->resolveEntity = OnResolveEntity;
+    sax->startElementNs = OnStartElement;
+    sax->endElementNs = OnEndElement;
+
+    // No XML_PARSE_NOENT (entities stay references), no DTD loading or validation, no network,
+    // and no XML_PARSE_HUGE, so libxml2's own size, depth and amplification limits stay on.
+    int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+    if (encoding == SourceEncoding::Utf8) {
+        options |= XML_PARSE_IGNORE_ENC;
+        xmlSwitchEncoding(parser.get(), XML_CHAR_ENCODING_UTF8);
+    }
+    xmlCtxtUseOptions(parser.get(), options);
+
+    xmlParseDocument(parser.get());
+    xmlDocPtr doc = parser->myDoc;
+    parser->myDoc = nullptr;
+    if (!parser->wellFormed || state.failed || doc == nullptr) {
+        if (doc != nullptr) {
+            xmlFreeDoc(doc);
+        }
+        result.failure = state.failure;
+        if (result.failure.reason.empty()) {
+            result.failure.reason = L"The document is not well formed.";
+        }
+        return result;
+    }
+    if (!settings.preserveWhiteSpace) {
+        DropWhitespaceText(doc);
+    }
+    result.doc = doc;
+    return result;
+}
+
+}  // namespace platform::msxml

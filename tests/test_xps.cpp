@@ -1,0 +1,1227 @@
+// The XPS object model stand-in: reading XPS 1.0 and OpenXPS packages part by part as they are
+// asked for, refusing damaged and hostile ones with the XPS and OPC HRESULTs, and writing them
+// again with changed page sizes so that real XPS readers accept the result.
+#include <sys/stat.h>
+
+#include <array>
+#include <atomic>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <objbase.h>
+#include <platform/comobject.h>
+#include <wrl/client.h>
+#include <xpsobjectmodel.h>
+
+#include "testmachine.h"
+#include "xpsbuilder.h"
+
+using Microsoft::WRL::ComPtr;
+using namespace testsupport;
+namespace fs = std::filesystem;
+
+// Found by argument lookup, as XPS_SIZE lives in the global namespace.
+inline bool operator==(const XPS_SIZE& a, const XPS_SIZE& b) { return a.width == b.width && a.height == b.height; }
+inline std::ostream& operator<<(std::ostream& out, const XPS_SIZE& size) { return out << size.width << " x " << size.height; }
+
+namespace {
+
+constexpr HRESULT kFileTooLarge = HRESULT_FROM_WIN32(223);  // ERROR_FILE_TOO_LARGE
+constexpr HRESULT kSharingViolation = HRESULT_FROM_WIN32(32);
+constexpr HRESULT kReadFault = _HRESULT_TYPEDEF_(0x8003001EL);  // STG_E_READFAULT
+
+std::string Hex(HRESULT hr)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(hr));
+    return text;
+}
+
+#define EXPECT_HR(expected, actual) EXPECT_EQ(Hex(expected), Hex(actual))
+#define ASSERT_HR(expected, actual) ASSERT_EQ(Hex(expected), Hex(actual))
+
+XpsPageSpec PageSpec(float width, float height, std::optional<float> advisoryWidth = std::nullopt,
+                     std::optional<float> advisoryHeight = std::nullopt)
+{
+    XpsPageSpec page;
+    page.width = width;
+    page.height = height;
+    page.advisoryWidth = advisoryWidth;
+    page.advisoryHeight = advisoryHeight;
+    return page;
+}
+
+struct PageInfo {
+    XPS_SIZE size;
+    XPS_SIZE advisory;
+};
+
+
+// An IStream over bytes that counts what is read through it and can be told to fail reading.
+class CountingStream : public platform::ComObject<CountingStream, IStream> {
+public:
+    explicit CountingStream(std::string bytes) : bytes_(std::move(bytes)) {}
+
+    std::atomic<ULONGLONG> bytesRead{0};
+    bool failReads = false;
+
+    HRESULT Read(void* pv, ULONG cb, ULONG* pcbRead) override
+    {
+        if (failReads) {
+            return kReadFault;
+        }
+        const ULONGLONG count = position_ >= bytes_.size() ? 0 : std::min<ULONGLONG>(cb, bytes_.size() - position_);
+        std::memcpy(pv, bytes_.data() + position_, count);
+        position_ += count;
+        bytesRead += count;
+        if (pcbRead != nullptr) {
+            *pcbRead = static_cast<ULONG>(count);
+        }
+        return count < cb ? S_FALSE : S_OK;
+    }
+    HRESULT Write(const void*, ULONG, ULONG*) override { return STG_E_INVALIDFUNCTION; }
+    HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override
+    {
+        const LONGLONG base = origin == STREAM_SEEK_SET ? 0
+                              : origin == STREAM_SEEK_CUR ? static_cast<LONGLONG>(position_)
+                                                          : static_cast<LONGLONG>(bytes_.size());
+        if (base + move.QuadPart < 0) {
+            return STG_E_INVALIDFUNCTION;
+        }
+        position_ = static_cast<ULONGLONG>(base + move.QuadPart);
+        if (position != nullptr) {
+            position->QuadPart = position_;
+        }
+        return S_OK;
+    }
+    HRESULT SetSize(ULARGE_INTEGER) override { return STG_E_INVALIDFUNCTION; }
+    HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+    HRESULT Commit(DWORD) override { return S_OK; }
+    HRESULT Revert() override { return S_OK; }
+    HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
+    HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
+    HRESULT Stat(STATSTG* stat, DWORD) override
+    {
+        *stat = STATSTG{};
+        stat->type = STGTY_STREAM;
+        stat->cbSize.QuadPart = bytes_.size();
+        return S_OK;
+    }
+    HRESULT Clone(IStream**) override { return E_NOTIMPL; }
+
+private:
+    std::string bytes_;
+    ULONGLONG position_ = 0;
+};
+
+// A sequential stream that collects what is written to it.
+class CollectingStream : public platform::ComObject<CollectingStream, ISequentialStream> {
+public:
+    std::string bytes;
+    HRESULT Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    HRESULT Write(const void* pv, ULONG cb, ULONG* written) override
+    {
+        bytes.append(static_cast<const char*>(pv), cb);
+        if (written != nullptr) {
+            *written = cb;
+        }
+        return S_OK;
+    }
+};
+
+std::string RandomBytes(size_t size, unsigned seed)
+{
+    std::mt19937_64 generator(seed);
+    std::string bytes(size, '\0');
+    for (size_t i = 0; i + 8 <= size; i += 8) {
+        const std::uint64_t value = generator();
+        std::memcpy(&bytes[i], &value, 8);
+    }
+    return bytes;
+}
+
+std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)
+{
+    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+std::uint32_t Le32(const std::string& bytes, size_t at)
+{
+    std::uint32_t value = 0;
+    std::memcpy(&value, bytes.data() + at, 4);
+    return value;
+}
+std::uint16_t Le16(const std::string& bytes, size_t at)
+{
+    std::uint16_t value = 0;
+    std::memcpy(&value, bytes.data() + at, 2);
+    return value;
+}
+void PutLe32(std::string& bytes, size_t at, std::uint32_t value) { std::memcpy(&bytes[at], &value, 4); }
+
+size_t EndOfCentralDirectory(const std::string& zip) { return zip.rfind(std::string("PK\x05\x06", 4)); }
+
+// Makes an archive entry claim another uncompressed size, in its local and central headers.
+void PatchDeclaredSize(std::string& zip, const std::string& name, std::uint32_t size)
+{
+    const size_t record = EndOfCentralDirectory(zip);
+    size_t at = Le32(zip, record + 16);
+    for (std::uint16_t i = 0; i < Le16(zip, record + 10); ++i) {
+        const std::uint16_t nameLength = Le16(zip, at + 28);
+        const size_t next = at + 46 + nameLength + Le16(zip, at + 30) + Le16(zip, at + 32);
+        if (zip.compare(at + 46, nameLength, name) == 0) {
+            PutLe32(zip, at + 24, size);
+            PutLe32(zip, Le32(zip, at + 42) + 22, size);
+            return;
+        }
+        at = next;
+    }
+    ADD_FAILURE() << "no entry " << name;
+}
+
+std::uint32_t CompressedSize(const std::string& zip, const std::string& name)
+{
+    const size_t record = EndOfCentralDirectory(zip);
+    size_t at = Le32(zip, record + 16);
+    for (std::uint16_t i = 0; i < Le16(zip, record + 10); ++i) {
+        const std::uint16_t nameLength = Le16(zip, at + 28);
+        if (zip.compare(at + 46, nameLength, name) == 0) {
+            return Le32(zip, at + 20);
+        }
+        at += 46 + nameLength + Le16(zip, at + 30) + Le16(zip, at + 32);
+    }
+    ADD_FAILURE() << "no entry " << name;
+    return 0;
+}
+
+std::string Utf16Le(const std::string& ascii)
+{
+    std::string bytes = "\xFF\xFE";
+    for (const char c : ascii) {
+        bytes += c;
+        bytes += '\0';
+    }
+    return bytes;
+}
+
+bool ToolAvailable(const std::string& tool) { return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0; }
+
+std::string RunCommand(const std::string& command, int& status)
+{
+    std::string output;
+    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) {
+        status = -1;
+        return output;
+    }
+    char buffer[4096];
+    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+        output.append(buffer, count);
+    }
+    status = ::pclose(pipe);
+    return output;
+}
+
+// The page boxes that a tool's output gives in points, in page order: four numbers after each
+// occurrence of the marker (and an opening bracket, as PDF writes it), x0 y0 x1 y1.
+std::vector<std::pair<double, double>> Boxes(const std::string& output, const std::string& marker)
+{
+    std::vector<std::pair<double, double>> boxes;
+    for (size_t at = output.find(marker); at != std::string::npos; at = output.find(marker, at + 1)) {
+        const char* cursor = output.c_str() + at + marker.size();
+        while (*cursor == ' ' || *cursor == '[' || *cursor == '"') {
+            ++cursor;
+        }
+        double box[4] = {};
+        for (double& value : box) {
+            char* end = nullptr;
+            value = std::strtod(cursor, &end);
+            cursor = end;
+        }
+        boxes.emplace_back(box[2] - box[0], box[3] - box[1]);
+    }
+    return boxes;
+}
+
+class XpsTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))); }
+    static void TearDownTestSuite() { CoUninitialize(); }
+
+    void SetUp() override
+    {
+        ASSERT_HR(S_OK, CoCreateInstance(CLSID_XpsOMObjectFactory, nullptr, CLSCTX_INPROC_SERVER,
+                                         IID_IXpsOMObjectFactory, reinterpret_cast<void**>(factory_.GetAddressOf())));
+        const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+        folderName_ = std::string(info->test_suite_name()) + "." + info->name();
+        for (char& c : folderName_) {
+            c = std::isalnum(static_cast<unsigned char>(c)) || c == '.' ? c : '_';
+        }
+        fs::create_directories(HostFolder());
+    }
+
+    fs::path HostFolder() const { return TestMachine::Get().Root() / "C" / "xps" / folderName_; }
+    fs::path HostFile(const std::string& name) const { return HostFolder() / name; }
+    std::wstring WindowsFile(const std::string& name) const
+    {
+        return L"C:\\xps\\" + std::wstring(folderName_.begin(), folderName_.end()) + L"\\" +
+               std::wstring(name.begin(), name.end());
+    }
+
+    ComPtr<IXpsOMPackage> Open(const std::string& bytes)
+    {
+        ComPtr<IXpsOMPackage> package;
+        EXPECT_HR(S_OK, factory_->CreatePackageFromStream(MemoryStream(bytes).Get(), TRUE, &package));
+        return package;
+    }
+    ComPtr<IXpsOMPackage> OpenFile(const std::string& name)
+    {
+        ComPtr<IXpsOMPackage> package;
+        EXPECT_HR(S_OK, factory_->CreatePackageFromFile(WindowsFile(name).c_str(), TRUE, &package));
+        return package;
+    }
+
+    static ComPtr<IXpsOMDocumentSequence> Sequence(IXpsOMPackage* package)
+    {
+        ComPtr<IXpsOMDocumentSequence> sequence;
+        EXPECT_HR(S_OK, package->GetDocumentSequence(&sequence));
+        return sequence;
+    }
+    static ComPtr<IXpsOMDocument> DocumentAt(IXpsOMPackage* package, UINT32 index)
+    {
+        ComPtr<IXpsOMDocumentCollection> documents;
+        ComPtr<IXpsOMDocument> document;
+        EXPECT_HR(S_OK, Sequence(package)->GetDocuments(&documents));
+        EXPECT_HR(S_OK, documents->GetAt(index, &document));
+        return document;
+    }
+    static ComPtr<IXpsOMPageReference> ReferenceAt(IXpsOMPackage* package, UINT32 document, UINT32 index)
+    {
+        ComPtr<IXpsOMPageReferenceCollection> references;
+        ComPtr<IXpsOMPageReference> reference;
+        EXPECT_HR(S_OK, DocumentAt(package, document)->GetPageReferences(&references));
+        EXPECT_HR(S_OK, references->GetAt(index, &reference));
+        return reference;
+    }
+    static ComPtr<IXpsOMPage> PageAt(IXpsOMPackage* package, UINT32 document, UINT32 index)
+    {
+        ComPtr<IXpsOMPage> page;
+        EXPECT_HR(S_OK, ReferenceAt(package, document, index)->GetPage(&page));
+        return page;
+    }
+    static void Resize(IXpsOMPackage* package, UINT32 document, UINT32 index, XPS_SIZE size)
+    {
+        EXPECT_HR(S_OK, PageAt(package, document, index)->SetPageDimensions(&size));
+    }
+
+    // Every page of every document, loaded, as the page size correction walks them.
+    static std::vector<std::vector<PageInfo>> Walk(IXpsOMPackage* package)
+    {
+        std::vector<std::vector<PageInfo>> walked;
+        ComPtr<IXpsOMDocumentCollection> documents;
+        UINT32 documentCount = 0;
+        EXPECT_HR(S_OK, Sequence(package)->GetDocuments(&documents));
+        EXPECT_HR(S_OK, documents->GetCount(&documentCount));
+        for (UINT32 d = 0; d < documentCount; ++d) {
+            ComPtr<IXpsOMDocument> document;
+            ComPtr<IXpsOMPageReferenceCollection> references;
+            UINT32 pageCount = 0;
+            EXPECT_HR(S_OK, documents->GetAt(d, &document));
+            EXPECT_HR(S_OK, document->GetPageReferences(&references));
+            EXPECT_HR(S_OK, references->GetCount(&pageCount));
+            walked.emplace_back();
+            for (UINT32 p = 0; p < pageCount; ++p) {
+                ComPtr<IXpsOMPageReference> reference;
+                ComPtr<IXpsOMPage> page;
+                PageInfo info{};
+                EXPECT_HR(S_OK, references->GetAt(p, &reference));
+                EXPECT_HR(S_OK, reference->GetAdvisoryPageDimensions(&info.advisory));
+                EXPECT_HR(S_OK, reference->GetPage(&page));
+                if (page) {
+                    EXPECT_HR(S_OK, page->GetPageDimensions(&info.size));
+                }
+                walked.back().push_back(info);
+            }
+        }
+        return walked;
+    }
+
+    static std::string TicketOf(IXpsOMDocumentSequence* sequence)
+    {
+        ComPtr<IXpsOMPrintTicketResource> ticket;
+        ComPtr<IStream> stream;
+        EXPECT_HR(S_OK, sequence->GetPrintTicketResource(&ticket));
+        if (!ticket) {
+            return "(none)";
+        }
+        EXPECT_HR(S_OK, ticket->GetStream(&stream));
+        return stream ? StreamBytes(stream.Get()) : "";
+    }
+
+    ComPtr<IXpsOMObjectFactory> factory_;
+    std::string folderName_;
+};
+
+// ---- reading
+
+struct ReadCase {
+    const char* name;
+    XpsFlavor flavor;
+    bool absolute;
+    size_t interleave;
+};
+
+class XpsReadTest : public XpsTest, public testing::WithParamInterface<ReadCase> {};
+
+TEST_P(XpsReadTest, GivesDocumentsPagesSizesAndTicket)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(2, 0);
+    spec.flavor = GetParam().flavor;
+    spec.absoluteReferences = GetParam().absolute;
+    spec.interleaveBytes = GetParam().interleave;
+    spec.jobTicket = SampleTicket("job ticket");
+    spec.documents[0].pages = {PageSpec(816, 1056, 816.f, 1056.f), PageSpec(1056, 816)};
+    spec.documents[1].pages = {PageSpec(3456, 12000, 3456.f)};
+
+    const auto package = Open(BuildXps(spec));
+    const auto walked = Walk(package.Get());
+
+    ASSERT_EQ(walked.size(), 2u);
+    ASSERT_EQ(walked[0].size(), 2u);
+    ASSERT_EQ(walked[1].size(), 1u);
+    EXPECT_EQ(walked[0][0].size, (XPS_SIZE{816, 1056}));
+    EXPECT_EQ(walked[0][0].advisory, (XPS_SIZE{816, 1056}));
+    EXPECT_EQ(walked[0][1].size, (XPS_SIZE{1056, 816}));
+    EXPECT_EQ(walked[0][1].advisory, (XPS_SIZE{-1, -1}));
+    EXPECT_EQ(walked[1][0].size, (XPS_SIZE{3456, 12000}));
+    EXPECT_EQ(walked[1][0].advisory, (XPS_SIZE{3456, -1}));
+    EXPECT_EQ(TicketOf(Sequence(package.Get()).Get()), SampleTicket("job ticket"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Packages, XpsReadTest,
+                         testing::Values(ReadCase{"Xps", XpsFlavor::Xps, false, 0},
+                                         ReadCase{"XpsAbsoluteReferences", XpsFlavor::Xps, true, 0},
+                                         ReadCase{"OpenXps", XpsFlavor::OpenXps, false, 0},
+                                         ReadCase{"OpenXpsAbsoluteReferences", XpsFlavor::OpenXps, true, 0},
+                                         ReadCase{"InterleavedPieces", XpsFlavor::Xps, false, 40},
+                                         ReadCase{"OpenXpsInterleaved", XpsFlavor::OpenXps, true, 7}),
+                         [](const testing::TestParamInfo<ReadCase>& info) { return std::string(info.param.name); });
+
+TEST_F(XpsTest, ReadsAPackageFromAFile)
+{
+    BuildXpsParts(XpsJobSpec::Pages(1, 3, 1000, 2000)).WriteTo(HostFile("in.xps"));
+    const auto package = OpenFile("in.xps");
+    const auto walked = Walk(package.Get());
+    ASSERT_EQ(walked.size(), 1u);
+    ASSERT_EQ(walked[0].size(), 3u);
+    EXPECT_EQ(walked[0][2].size, (XPS_SIZE{1000, 2000}));
+}
+
+TEST_F(XpsTest, FactoryRefusesMissingArgumentsAndFiles)
+{
+    ComPtr<IXpsOMPackage> package;
+    EXPECT_HR(E_POINTER, factory_->CreatePackageFromStream(nullptr, TRUE, &package));
+    EXPECT_HR(E_POINTER, factory_->CreatePackageFromStream(MemoryStream("x").Get(), TRUE, nullptr));
+    EXPECT_HR(E_POINTER, factory_->CreatePackageFromFile(nullptr, TRUE, &package));
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND),
+              factory_->CreatePackageFromFile(WindowsFile("absent.xps").c_str(), TRUE, &package));
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), factory_->CreatePackageFromFile(L"no drive.xps", TRUE, &package));
+    EXPECT_EQ(package.Get(), nullptr);
+}
+
+TEST_F(XpsTest, HandsOutTheSameObjectsOnEveryCall)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+    spec.jobTicket = SampleTicket("t");
+    const auto package = Open(BuildXps(spec));
+    EXPECT_EQ(Sequence(package.Get()).Get(), Sequence(package.Get()).Get());
+    EXPECT_EQ(DocumentAt(package.Get(), 0).Get(), DocumentAt(package.Get(), 0).Get());
+    EXPECT_EQ(ReferenceAt(package.Get(), 0, 0).Get(), ReferenceAt(package.Get(), 0, 0).Get());
+    EXPECT_EQ(PageAt(package.Get(), 0, 0).Get(), PageAt(package.Get(), 0, 0).Get());
+    ComPtr<IXpsOMPrintTicketResource> first;
+    ComPtr<IXpsOMPrintTicketResource> second;
+    EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&first));
+    EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&second));
+    EXPECT_EQ(first.Get(), second.Get());
+}
+
+TEST_F(XpsTest, CollectionsRefuseIndexesPastTheEnd)
+{
+    const auto package = Open(BuildXps(XpsJobSpec::Pages(1, 2)));
+    ComPtr<IXpsOMDocumentCollection> documents;
+    ComPtr<IXpsOMDocument> document;
+    ComPtr<IXpsOMPageReferenceCollection> references;
+    ComPtr<IXpsOMPageReference> reference;
+    UINT32 count = 0;
+    ASSERT_HR(S_OK, Sequence(package.Get())->GetDocuments(&documents));
+    EXPECT_HR(XPS_E_INDEX_OUT_OF_RANGE, documents->GetAt(1, &document));
+    EXPECT_HR(E_POINTER, documents->GetCount(nullptr));
+    ASSERT_HR(S_OK, documents->GetAt(0, &document));
+    ASSERT_HR(S_OK, document->GetPageReferences(&references));
+    ASSERT_HR(S_OK, references->GetCount(&count));
+    EXPECT_EQ(count, 2u);
+    EXPECT_HR(XPS_E_INDEX_OUT_OF_RANGE, references->GetAt(2, &reference));
+    EXPECT_EQ(reference.Get(), nullptr);
+}
+
+TEST_F(XpsTest, ObjectsAnswerForTheirInterfaceChains)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+    spec.jobTicket = SampleTicket("t");
+    const auto package = Open(BuildXps(spec));
+    ComPtr<IXpsOMPrintTicketResource> ticket;
+    ASSERT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
+    ComPtr<IXpsOMResource> resource;
+    ComPtr<IXpsOMPart> part;
+    ComPtr<IUnknown> unknown;
+    ComPtr<IXpsOMPage> notAPage;
+    EXPECT_HR(S_OK, ticket.As(&resource));
+    EXPECT_HR(S_OK, ticket.As(&part));
+    EXPECT_HR(S_OK, ticket.As(&unknown));
+    EXPECT_HR(E_NOINTERFACE, ticket.As(&notAPage));
+    EXPECT_HR(S_OK, PageAt(package.Get(), 0, 0).As(&part));
+    EXPECT_HR(S_OK, DocumentAt(package.Get(), 0).As(&part));
+    EXPECT_HR(S_OK, Sequence(package.Get()).As(&part));
+}
+
+TEST_F(XpsTest, PartNamesMatchIgnoringCaseAndEscapes)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 2);
+    spec.documents[0].pages[0].name = "Pages/Page One.fpage";
+    spec.documents[0].pages[0].source = "pages/PAGE%20one.FPAGE";
+    spec.documents[0].pages[1].name = "Other/2.fpage";
+    spec.documents[0].pages[1].source = "./Pages/../Other/./2.fpage#frag";
+    spec.documents[0].pages[1].width = 500;
+    const auto walked = Walk(Open(BuildXps(spec)).Get());
+    ASSERT_EQ(walked.size(), 1u);
+    ASSERT_EQ(walked[0].size(), 2u);
+    EXPECT_EQ(walked[0][1].size.width, 500);
+}
+
+// ---- print tickets
+
+TEST_F(XpsTest, SequenceWithoutTicketGivesNull)
+{
+    const auto package = Open(BuildXps(XpsJobSpec::Pages(1, 1)));
+    ComPtr<IXpsOMPrintTicketResource> ticket;
+    EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
+    EXPECT_EQ(ticket.Get(), nullptr);
+    EXPECT_HR(S_OK, DocumentAt(package.Get(), 0)->GetPrintTicketResource(&ticket));
+    EXPECT_EQ(ticket.Get(), nullptr);
+    EXPECT_HR(E_POINTER, Sequence(package.Get())->GetPrintTicketResource(nullptr));
+}
+
+TEST_F(XpsTest, TicketStreamsAreNewAndStartAtTheBeginning)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+    spec.jobTicket = SampleTicket("independent");
+    const auto package = Open(BuildXps(spec));
+    ComPtr<IXpsOMPrintTicketResource> ticket;
+    ComPtr<IStream> first;
+    ComPtr<IStream> second;
+    ASSERT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
+    ASSERT_HR(S_OK, ticket->GetStream(&first));
+    EXPECT_EQ(StreamBytes(first.Get()), SampleTicket("independent"));
+    ASSERT_HR(S_OK, ticket->GetStream(&second));
+    EXPECT_NE(first.Get(), second.Get());
+    EXPECT_EQ(StreamBytes(second.Get()), SampleTicket("independent"));
+    EXPECT_HR(E_POINTER, ticket->GetStream(nullptr));
+}
+
+TEST_F(XpsTest, DocumentTicketsAreTheirOwn)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(2, 1);
+    spec.jobTicket = SampleTicket("job");
+    spec.documents[1].ticket = SampleTicket("second document");
+    const auto package = Open(BuildXps(spec));
+    ComPtr<IXpsOMPrintTicketResource> ticket;
+    ComPtr<IStream> stream;
+    EXPECT_HR(S_OK, DocumentAt(package.Get(), 0)->GetPrintTicketResource(&ticket));
+    EXPECT_EQ(ticket.Get(), nullptr);
+    ASSERT_HR(S_OK, DocumentAt(package.Get(), 1)->GetPrintTicketResource(&ticket));
+    ASSERT_NE(ticket.Get(), nullptr);
+    ASSERT_HR(S_OK, ticket->GetStream(&stream));
+    EXPECT_EQ(StreamBytes(stream.Get()), SampleTicket("second document"));
+    EXPECT_EQ(TicketOf(Sequence(package.Get()).Get()), SampleTicket("job"));
+}
+
+TEST_F(XpsTest, OpenXpsTicketRelationshipIsFollowed)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+    spec.flavor = XpsFlavor::OpenXps;
+    spec.jobTicket = SampleTicket("open");
+    EXPECT_EQ(TicketOf(Sequence(Open(BuildXps(spec)).Get()).Get()), SampleTicket("open"));
+}
+
+// ---- reading only what is asked for
+
+TEST_F(XpsTest, OpeningReadsOnlyTheCentralDirectory)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 2);
+    spec.jobTicket = SampleTicket("lazy");
+    spec.extraParts.push_back(XpsPartSpec{"Resources/Images/scan.jpg", RandomBytes(16 << 20, 7), "image/jpeg", false});
+    const std::string job = BuildXps(spec);
+    ComPtr<CountingStream> stream;
+    stream.Attach(new CountingStream(job));
+    ComPtr<IXpsOMPackage> package;
+
+    ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
+    const ULONGLONG afterOpen = stream->bytesRead;
+    ComPtr<IXpsOMDocumentSequence> sequence = Sequence(package.Get());
+    ComPtr<IXpsOMPrintTicketResource> ticket;
+    ComPtr<IStream> ticketStream;
+    ASSERT_HR(S_OK, sequence->GetPrintTicketResource(&ticket));
+    ASSERT_HR(S_OK, ticket->GetStream(&ticketStream));
+    const ULONGLONG afterTicket = stream->bytesRead;
+
+    // libzip reads the last 64 KB looking for the end of the central directory.
+    EXPECT_LT(afterOpen, 70u * 1024) << "of " << job.size();
+    EXPECT_LT(afterTicket - afterOpen, 8u * 1024) << "of " << job.size();
+    RecordProperty("bytesReadToOpen", std::to_string(afterOpen));
+    RecordProperty("bytesReadForTheTicket", std::to_string(afterTicket - afterOpen));
+}
+
+TEST_F(XpsTest, PagesAreReadOnlyWhenAskedFor)
+{
+    auto parts = BuildXpsParts(XpsJobSpec::Pages(1, 2));
+    parts.Get(XpsPageItem(0, 1)).data = "<FixedPage this is not markup";
+    const auto package = Open(parts.Zip());
+    const auto first = ReferenceAt(package.Get(), 0, 0);
+    const auto second = ReferenceAt(package.Get(), 0, 1);
+    BOOL loaded = TRUE;
+    ComPtr<IXpsOMPage> page;
+
+    EXPECT_HR(S_OK, first->IsPageLoaded(&loaded));
+    EXPECT_FALSE(loaded);
+    EXPECT_HR(S_OK, first->GetPage(&page));
+    EXPECT_HR(S_OK, first->IsPageLoaded(&loaded));
+    EXPECT_TRUE(loaded);
+    EXPECT_HR(S_OK, second->IsPageLoaded(&loaded));
+    EXPECT_FALSE(loaded);
+    EXPECT_HR(XPS_E_INVALID_MARKUP, second->GetPage(&page));
+    EXPECT_EQ(page.Get(), nullptr);
+}
+
+TEST_F(XpsTest, PackageKeepsTheStreamItWasGiven)
+{
+    ComPtr<IXpsOMPackage> package;
+    {
+        auto stream = MemoryStream(BuildXps(XpsJobSpec::Pages(1, 1, 600, 700)));
+        ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
+    }
+    EXPECT_EQ(Walk(package.Get())[0][0].size, (XPS_SIZE{600, 700}));
+}
+
+TEST_F(XpsTest, StreamReadFailureTravelsToTheCaller)
+{
+    ComPtr<CountingStream> stream;
+    stream.Attach(new CountingStream(BuildXps(XpsJobSpec::Pages(1, 1))));
+    ComPtr<IXpsOMPackage> package;
+    ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
+    stream->failReads = true;
+    ComPtr<IXpsOMDocumentSequence> sequence;
+    EXPECT_HR(kReadFault, package->GetDocumentSequence(&sequence));
+    stream->failReads = false;
+    EXPECT_HR(S_OK, package->GetDocumentSequence(&sequence));
+}
+
+// ---- damaged packages
+
+enum class Step { Open, Sequence, Pages, Page, Ticket, TicketStream };
+
+struct DamageCase {
+    const char* name;
+    std::function<std::string()> job;
+    Step failingStep;
+    HRESULT expected;
+};
+
+std::string Broken(const std::function<void(ZipParts&)>& damage, XpsJobSpec spec = XpsJobSpec::Pages(1, 1))
+{
+    spec.jobTicket = SampleTicket("damaged");
+    auto parts = BuildXpsParts(spec);
+    damage(parts);
+    return parts.Zip();
+}
+
+std::string RelationshipsWith(const std::string& relationships)
+{
+    return "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">" + relationships +
+           "</Relationships>";
+}
+
+const std::string kSequenceRelationship =
+    "<Relationship Id=\"A\" Type=\"http://schemas.microsoft.com/xps/2005/06/fixedrepresentation\" "
+    "Target=\"/FixedDocumentSequence.fdseq\"/>";
+
+std::string PageWith(const std::string& attributes, const std::string& content = "")
+{
+    return "<FixedPage xmlns=\"http://schemas.microsoft.com/xps/2005/06\" " + attributes + ">" + content + "</FixedPage>";
+}
+
+std::string Nested(size_t depth)
+{
+    std::string content;
+    for (size_t i = 0; i < depth; ++i) {
+        content += "<Canvas>";
+    }
+    for (size_t i = 0; i < depth; ++i) {
+        content += "</Canvas>";
+    }
+    return content;
+}
+
+std::vector<DamageCase> DamageCases()
+{
+    const std::string page = XpsPageItem(0, 0);
+    return {
+        {"NotAZip", [] { return std::string("This is a print job, but not a ZIP archive."); }, Step::Open,
+         OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
+        {"Empty", [] { return std::string(); }, Step::Open, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
+        {"TruncatedInHalf",
+         [] {
+             const std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+             return job.substr(0, job.size() / 2);
+         },
+         Step::Open, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
+        {"CentralDirectoryCut",
+         [] {
+             const std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+             const size_t record = EndOfCentralDirectory(job);
+             return job.substr(0, Le32(job, record + 16) + 10) + job.substr(record);
+         },
+         Step::Open, OPC_E_ZIP_CORRUPTED_ARCHIVE},
+        {"ContentTypesMissing", [] { return Broken([](ZipParts& p) { p.Remove("[Content_Types].xml"); }); },
+         Step::Sequence, OPC_E_MISSING_CONTENT_TYPES},
+        {"ContentTypesMalformed", [] { return Broken([](ZipParts& p) { p.Get("[Content_Types].xml").data = "<Types"; }); },
+         Step::Sequence, OPC_E_INVALID_CONTENT_TYPE_XML},
+        {"PackageRelationshipsMissing", [] { return Broken([](ZipParts& p) { p.Remove("_rels/.rels"); }); },
+         Step::Sequence, XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP},
+        {"SequenceRelationshipMissing",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get("_rels/.rels").data = RelationshipsWith(
+                     "<Relationship Id=\"C\" "
+                     "Type=\"http://schemas.openxmlformats.org/package/2006/relationships/metadata/core-properties\" "
+                     "Target=\"/docProps/core.xml\"/>");
+             });
+         },
+         Step::Sequence, XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP},
+        {"TwoSequenceRelationships",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get("_rels/.rels").data =
+                     RelationshipsWith(kSequenceRelationship + ReplaceAll(kSequenceRelationship, "Id=\"A\"", "Id=\"B\""));
+             });
+         },
+         Step::Sequence, XPS_E_MULTIPLE_DOCUMENTSEQUENCE_RELATIONSHIPS},
+        {"PackageRelationshipsMalformed",
+         [] { return Broken([](ZipParts& p) { p.Get("_rels/.rels").data = RelationshipsWith("<Relationship Id=\"x\"/>"); }); },
+         Step::Sequence, OPC_E_INVALID_RELS_XML},
+        {"SequencePartMissing", [] { return Broken([](ZipParts& p) { p.Remove(kXpsSequenceItem); }); }, Step::Sequence,
+         OPC_E_NO_SUCH_PART},
+        {"SequenceContentTypeWrong",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get("[Content_Types].xml").data = ReplaceAll(p.Get("[Content_Types].xml").data, "Extension=\"fdseq\"",
+                                                                "Extension=\"fdsq\"");
+             });
+         },
+         Step::Sequence, XPS_E_UNEXPECTED_CONTENT_TYPE},
+        {"SequenceMalformed",
+         [] { return Broken([](ZipParts& p) { p.Get(kXpsSequenceItem).data += "<trailing/>"; }); }, Step::Sequence,
+         XPS_E_INVALID_MARKUP},
+        {"SequenceRootWrong",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get(kXpsSequenceItem).data = "<FixedDocument xmlns=\"http://schemas.microsoft.com/xps/2005/06\"/>";
+             });
+         },
+         Step::Sequence, XPS_E_INVALID_MARKUP},
+        {"DocumentMissing", [] { return Broken([](ZipParts& p) { p.Remove(XpsDocumentItem(0)); }); }, Step::Sequence,
+         XPS_E_MISSING_REFERRED_DOCUMENT},
+        {"DocumentMalformed",
+         [] { return Broken([](ZipParts& p) { p.Get(XpsDocumentItem(0)).data.resize(30); }); }, Step::Pages,
+         XPS_E_INVALID_MARKUP},
+        {"PageContentWithoutSource",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get(XpsDocumentItem(0)).data = ReplaceAll(p.Get(XpsDocumentItem(0)).data, "Source=", "Origin=");
+             });
+         },
+         Step::Pages, XPS_E_INVALID_MARKUP},
+        {"PageMissing", [page] { return Broken([page](ZipParts& p) { p.Remove(page); }); }, Step::Pages,
+         XPS_E_MISSING_REFERRED_PAGE},
+        {"PageOutsideThePackage",
+         [] {
+             XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+             spec.documents[0].pages[0].source = "../../../../Pages/1.fpage";
+             return Broken([](ZipParts&) {}, spec);
+         },
+         Step::Pages, XPS_E_MISSING_REFERRED_PAGE},
+        {"PageOnTheWeb",
+         [] {
+             XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+             spec.documents[0].pages[0].source = "http://example.com/Documents/1/Pages/1.fpage";
+             return Broken([](ZipParts&) {}, spec);
+         },
+         Step::Pages, XPS_E_MISSING_REFERRED_PAGE},
+        {"PageMalformed", [page] { return Broken([page](ZipParts& p) { p.Get(page).data += "</FixedPage>"; }); },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageWithoutHeight", [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"816\""); }); },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageWidthNotANumber",
+         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"wide\" Height=\"5\""); }); },
+         Step::Page, XPS_E_INVALID_FLOAT},
+        {"PageWidthInfinite",
+         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"INF\" Height=\"5\""); }); },
+         Step::Page, XPS_E_INVALID_FLOAT},
+        {"PageTooSmall",
+         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"0.5\" Height=\"5\""); }); },
+         Step::Page, XPS_E_INVALID_PAGE_SIZE},
+        {"PageInAnotherNamespace",
+         [page] {
+             return Broken([page](ZipParts& p) {
+                 p.Get(page).data = "<FixedPage xmlns=\"urn:other\" Width=\"5\" Height=\"5\"/>";
+             });
+         },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageWithADtd",
+         [page] {
+             return Broken([page](ZipParts& p) {
+                 p.Get(page).data = "<!DOCTYPE FixedPage [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;\">"
+                                    "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;\">]>" +
+                                    PageWith("Width=\"5\" Height=\"5\"", "<Glyphs UnicodeString=\"&c;\"/>");
+             });
+         },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageWithAnExternalEntity",
+         [page] {
+             return Broken([page](ZipParts& p) {
+                 p.Get(page).data =
+                     "<!DOCTYPE FixedPage SYSTEM \"file:///etc/passwd\">" + PageWith("Width=\"5\" Height=\"5\"");
+             });
+         },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageWithAnUndeclaredEntity",
+         [page] {
+             return Broken([page](ZipParts& p) {
+                 p.Get(page).data = PageWith("Width=\"5\" Height=\"5\"", "<Glyphs UnicodeString=\"&secret;\"/>");
+             });
+         },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageNestedTooDeep",
+         [page] {
+             return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"5\" Height=\"5\"", Nested(100000)); });
+         },
+         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PagePieceMissing",
+         [] {
+             XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+             spec.interleaveBytes = 30;
+             return Broken([](ZipParts& p) { p.Remove(XpsPageItem(0, 0) + "/[1].piece"); }, spec);
+         },
+         Step::Page, OPC_E_MISSING_PIECE},
+        {"PageDataDamaged",
+         [page] {
+             std::string job = Broken([page](ZipParts& p) { p.Get(page).data += std::string(4000, ' '); });
+             const size_t at = job.find(page);  // the local header's name; the data follows
+             for (size_t i = 0; i < 40; ++i) {
+                 job[at + page.size() + 20 + i] = static_cast<char>(job[at + page.size() + 20 + i] ^ 0x5A);
+             }
+             return job;
+         },
+         Step::Page, OPC_E_ZIP_DECOMPRESSION_FAILED},
+        {"TicketPartMissing", [] { return Broken([](ZipParts& p) { p.Remove(kXpsJobTicketItem); }); }, Step::Ticket,
+         OPC_E_NO_SUCH_PART},
+        {"TicketContentTypeWrong",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get("[Content_Types].xml").data =
+                     ReplaceAll(p.Get("[Content_Types].xml").data, "printing.printticket+xml", "printing.ticket+xml");
+             });
+         },
+         Step::Ticket, XPS_E_UNEXPECTED_CONTENT_TYPE},
+        {"TwoTickets",
+         [] {
+             return Broken([](ZipParts& p) {
+                 const std::string one = "<Relationship Id=\"T1\" Type=\"http://schemas.microsoft.com/xps/2005/06/printticket\" "
+                                         "Target=\"Metadata/Job_PT.xml\"/>";
+                 p.Get(kXpsSequenceRelsItem).data = RelationshipsWith(one + ReplaceAll(one, "T1", "T2"));
+             });
+         },
+         Step::Ticket, XPS_E_MULTIPLE_PRINTTICKETS_ON_DOCUMENTSEQUENCE},
+        {"TicketPieceDoubled",
+         [] {
+             return Broken([](ZipParts& p) {
+                 const std::string ticket = p.Get(kXpsJobTicketItem).data;
+                 p.Remove(kXpsJobTicketItem);
+                 p.Set(kXpsJobTicketItem + "/[0].piece", ticket.substr(0, 10));
+                 p.Set(kXpsJobTicketItem + "/[0].last.piece", ticket.substr(10));
+             });
+         },
+         Step::TicketStream, OPC_E_INVALID_PIECE},
+    };
+}
+
+class XpsDamageTest : public XpsTest, public testing::WithParamInterface<DamageCase> {};
+
+// Every step before the failing one succeeds; the failing one reports the HRESULT.
+TEST_P(XpsDamageTest, FailsAtTheCallThatNeedsTheDamagedPart)
+{
+    const DamageCase& damage = GetParam();
+    HRESULT hr = S_OK;
+    ComPtr<IXpsOMPackage> package;
+    ComPtr<IXpsOMDocumentSequence> sequence;
+    ComPtr<IXpsOMPageReferenceCollection> references;
+    ComPtr<IXpsOMPage> page;
+    ComPtr<IXpsOMPrintTicketResource> ticket;
+    ComPtr<IStream> ticketStream;
+    Step step = Step::Open;
+    const auto run = [&](Step next, const std::function<HRESULT()>& call) {
+        if (FAILED(hr)) {
+            return;
+        }
+        step = next;
+        hr = call();
+    };
+    run(Step::Open, [&] { return factory_->CreatePackageFromStream(MemoryStream(damage.job()).Get(), TRUE, &package); });
+    run(Step::Sequence, [&] { return package->GetDocumentSequence(&sequence); });
+    run(Step::Pages, [&] {
+        ComPtr<IXpsOMDocumentCollection> documents;
+        ComPtr<IXpsOMDocument> document;
+        EXPECT_HR(S_OK, sequence->GetDocuments(&documents));
+        EXPECT_HR(S_OK, documents->GetAt(0, &document));
+        return document->GetPageReferences(&references);
+    });
+    run(Step::Page, [&] {
+        ComPtr<IXpsOMPageReference> reference;
+        EXPECT_HR(S_OK, references->GetAt(0, &reference));
+        return reference->GetPage(&page);
+    });
+    run(Step::Ticket, [&] { return sequence->GetPrintTicketResource(&ticket); });
+    run(Step::TicketStream, [&] { return ticket->GetStream(&ticketStream); });
+
+    EXPECT_EQ(static_cast<int>(step), static_cast<int>(damage.failingStep));
+    EXPECT_HR(damage.expected, hr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Packages, XpsDamageTest, testing::ValuesIn(DamageCases()),
+                         [](const testing::TestParamInfo<DamageCase>& info) { return std::string(info.param.name); });
+
+// ---- hostile packages
+
+TEST_F(XpsTest, PartDeclaredLargerThanTheLimitIsNotInflated)
+{
+    std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+    PatchDeclaredSize(job, XpsPageItem(0, 0), 300u << 20);
+    ComPtr<IXpsOMPage> page;
+    EXPECT_HR(kFileTooLarge, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
+}
+
+TEST_F(XpsTest, PartDeclaredLargerThanDeflateCanProduceIsRefused)
+{
+    std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+    PatchDeclaredSize(job, XpsPageItem(0, 0), CompressedSize(job, XpsPageItem(0, 0)) * 2000);
+    ComPtr<IXpsOMPage> page;
+    EXPECT_HR(OPC_E_ZIP_INCORRECT_DATA_SIZE, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
+}
+
+// A bomb: a small entry that claims little and inflates to far more.
+TEST_F(XpsTest, PartInflatingPastItsDeclaredSizeIsStopped)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
+    spec.documents[0].pages[0].content = std::string(8 << 20, ' ');
+    std::string job = BuildXps(spec);
+    ASSERT_LT(job.size(), 64u * 1024);
+    PatchDeclaredSize(job, XpsPageItem(0, 0), 16 * 1024);
+    ComPtr<IXpsOMPage> page;
+    EXPECT_HR(OPC_E_ZIP_INCORRECT_DATA_SIZE, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
+}
+
+TEST_F(XpsTest, ArchiveClaimingMillionsOfEntriesIsRefusedAtOnce)
+{
+    // A ZIP64 end record announcing ten million entries, and nothing else.
+    std::string job(56, '\0');
+    PutLe32(job, 0, 0x06064b50u);
+    const std::uint64_t entries = 10'000'000;
+    std::memcpy(&job[24], &entries, 8);
+    std::memcpy(&job[32], &entries, 8);
+    std::string locator(20, '\0');
+    PutLe32(locator, 0, 0x07064b50u);
+    std::string record(22, '\0');
+    PutLe32(record, 0, 0x06054b50u);
+    record[8] = record[9] = record[10] = record[11] = '\xFF';
+    job += locator + record;
+    ComPtr<IXpsOMPackage> package;
+    EXPECT_HR(OPC_E_ZIP_CENTRAL_DIRECTORY_TOO_LARGE, factory_->CreatePackageFromStream(MemoryStream(job).Get(), TRUE, &package));
+    EXPECT_EQ(package.Get(), nullptr);
+}
+
+// ---- changing pages
+
+TEST_F(XpsTest, SetPageDimensionsRefusesSizesBelowOne)
+{
+    const auto page = PageAt(Open(BuildXps(XpsJobSpec::Pages(1, 1))).Get(), 0, 0);
+    const XPS_SIZE tooSmall{0.5f, 100};
+    const XPS_SIZE notANumber{NAN, 100};
+    const XPS_SIZE infinite{100, INFINITY};
+    EXPECT_HR(XPS_E_INVALID_PAGE_SIZE, page->SetPageDimensions(&tooSmall));
+    EXPECT_HR(XPS_E_INVALID_PAGE_SIZE, page->SetPageDimensions(&notANumber));
+    EXPECT_HR(XPS_E_INVALID_PAGE_SIZE, page->SetPageDimensions(&infinite));
+    EXPECT_HR(E_POINTER, page->SetPageDimensions(nullptr));
+    EXPECT_HR(E_POINTER, page->GetPageDimensions(nullptr));
+    XPS_SIZE size{};
+    EXPECT_HR(S_OK, page->GetPageDimensions(&size));
+    EXPECT_EQ(size, (XPS_SIZE{816, 1056}));
+}
+
+// ---- writing
+
+class XpsWriteTest : public XpsTest {
+protected:
+    // Two documents; the first gives advisory sizes, the second does not.
+    static XpsJobSpec Job()
+    {
+        XpsJobSpec spec = XpsJobSpec::Pages(2, 2, 3456, 12000);
+        spec.jobTicket = SampleTicket("write");
+        for (auto& page : spec.documents[0].pages) {
+            page.advisoryWidth = page.width;
+            page.advisoryHeight = page.height;
+        }
+        spec.extraParts.push_back(XpsPartSpec{"Resources/Images/photo.jpg", RandomBytes(1 << 20, 3), "image/jpeg", false});
+        spec.extraParts.push_back(XpsPartSpec{"Resources/Fonts/font.odttf", std::string(100000, 'f'), "application/vnd.ms-package.obfuscated-opentype", true});
+        return spec;
+    }
+};
+
+TEST_F(XpsWriteTest, WrittenPackageHasTheNewPageSizes)
+{
+    const auto package = Open(BuildXps(Job()));
+    const XPS_SIZE media{18897.637f, 12000};
+    Resize(package.Get(), 0, 1, media);
+    Resize(package.Get(), 1, 0, XPS_SIZE{3456, 18897.637f});
+    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, FILE_ATTRIBUTE_NORMAL, TRUE));
+
+    const auto walked = Walk(OpenFile("out.xps").Get());
+    ASSERT_EQ(walked.size(), 2u);
+    EXPECT_EQ(walked[0][0].size, (XPS_SIZE{3456, 12000}));
+    EXPECT_EQ(walked[0][0].advisory, (XPS_SIZE{3456, 12000}));
+    EXPECT_EQ(walked[0][1].size, media);
+    EXPECT_EQ(walked[0][1].advisory, media);
+    EXPECT_EQ(walked[1][0].size, (XPS_SIZE{3456, 18897.637f}));
+    EXPECT_EQ(walked[1][0].advisory, (XPS_SIZE{-1, -1}));
+    EXPECT_EQ(walked[1][1].size, (XPS_SIZE{3456, 12000}));
+    EXPECT_EQ(TicketOf(Sequence(OpenFile("out.xps").Get()).Get()), SampleTicket("write"));
+}
+
+TEST_F(XpsWriteTest, EveryOtherEntryIsCopiedAsStored)
+{
+    const std::string job = BuildXps(Job());
+    const auto package = Open(job);
+    Resize(package.Get(), 0, 1, XPS_SIZE{20000, 12000});
+    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, 0, TRUE));
+
+    const auto before = ReadZip(job);
+    const auto after = ReadZip(ReadFile(HostFile("out.xps")));
+    ASSERT_EQ(before.size(), after.size());
+    for (size_t i = 0; i < before.size(); ++i) {
+        SCOPED_TRACE(before[i].name);
+        ASSERT_EQ(before[i].name, after[i].name);
+        if (before[i].name == XpsPageItem(0, 1)) {
+            EXPECT_EQ(after[i].data, ReplaceAll(before[i].data, "Width=\"3456\"", "Width=\"20000\""));
+        } else if (before[i].name == XpsDocumentItem(0)) {
+            const std::string second = "Source=\"Pages/2.fpage\" Width=\"3456\"";
+            EXPECT_EQ(after[i].data, ReplaceAll(before[i].data, second, "Source=\"Pages/2.fpage\" Width=\"20000\""));
+        } else {
+            EXPECT_EQ(before[i].method, after[i].method);
+            EXPECT_EQ(before[i].crc, after[i].crc);
+            EXPECT_TRUE(before[i].compressed == after[i].compressed);
+        }
+    }
+}
+
+TEST_F(XpsWriteTest, UntouchedPackageIsWrittenEntryForEntry)
+{
+    const std::string job = BuildXps(Job());
+    ASSERT_HR(S_OK, Open(job)->WriteToFile(WindowsFile("copy.xps").c_str(), nullptr, 0, TRUE));
+    const auto before = ReadZip(job);
+    const auto after = ReadZip(ReadFile(HostFile("copy.xps")));
+    ASSERT_EQ(before.size(), after.size());
+    for (size_t i = 0; i < before.size(); ++i) {
+        EXPECT_EQ(before[i].name, after[i].name);
+        EXPECT_EQ(before[i].method, after[i].method);
+        EXPECT_TRUE(before[i].compressed == after[i].compressed) << before[i].name;
+    }
+}
+
+TEST_F(XpsWriteTest, ReadOnlyAttributeMakesAReadOnlyFile)
+{
+    const auto package = Open(BuildXps(Job()));
+    const std::wstring file = WindowsFile("preview.xps");
+    ASSERT_HR(S_OK, package->WriteToFile(file.c_str(), nullptr, FILE_ATTRIBUTE_READONLY, TRUE));
+    EXPECT_NE(GetFileAttributesW(file.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+    EXPECT_EQ(fs::status(HostFile("preview.xps")).permissions() & fs::perms::owner_write, fs::perms::none);
+    // As CreateFileW with CREATE_ALWAYS, the file cannot be written over while it is read-only.
+    EXPECT_HR(E_ACCESSDENIED, package->WriteToFile(file.c_str(), nullptr, 0, TRUE));
+    EXPECT_EQ(Walk(OpenFile("preview.xps").Get()).size(), 2u);
+}
+
+TEST_F(XpsWriteTest, WritingReplacesWhatTheFileHeld)
+{
+    std::ofstream(HostFile("existing.xps"), std::ios::binary) << std::string(5 << 20, 'x');
+    const auto package = Open(BuildXps(Job()));
+    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("existing.xps").c_str(), nullptr, 0, TRUE));
+    EXPECT_LT(fs::file_size(HostFile("existing.xps")), 3u << 20);
+    EXPECT_EQ(ReadZip(ReadFile(HostFile("existing.xps"))).size(), ReadZip(BuildXps(Job())).size());
+    EXPECT_EQ(GetFileAttributesW(WindowsFile("existing.xps").c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+}
+
+TEST_F(XpsWriteTest, FileThatCannotBeCreatedGivesTheWin32Error)
+{
+    const auto package = Open(BuildXps(Job()));
+    fs::create_directories(HostFile("folder"));
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND),
+              package->WriteToFile(WindowsFile("no such folder\\out.xps").c_str(), nullptr, 0, TRUE));
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), package->WriteToFile(L"out.xps", nullptr, 0, TRUE));
+    EXPECT_HR(E_ACCESSDENIED, package->WriteToFile(WindowsFile("folder").c_str(), nullptr, 0, TRUE));
+    EXPECT_HR(E_POINTER, package->WriteToFile(nullptr, nullptr, 0, TRUE));
+    EXPECT_FALSE(fs::exists(HostFolder() / "no such folder"));
+}
+
+TEST_F(XpsWriteTest, PackageCannotBeWrittenOverTheFileItReads)
+{
+    BuildXpsParts(Job()).WriteTo(HostFile("source.xps"));
+    const auto package = OpenFile("source.xps");
+    EXPECT_HR(kSharingViolation, package->WriteToFile(WindowsFile("source.xps").c_str(), nullptr, 0, TRUE));
+    EXPECT_EQ(Walk(package.Get()).size(), 2u);
+}
+
+TEST_F(XpsWriteTest, WritesToASequentialStream)
+{
+    const auto package = Open(BuildXps(Job()));
+    Resize(package.Get(), 1, 1, XPS_SIZE{4000, 13000});
+    ComPtr<CollectingStream> out;
+    out.Attach(new CollectingStream);
+    ASSERT_HR(S_OK, package->WriteToStream(out.Get(), TRUE));
+    EXPECT_EQ(Walk(Open(out->bytes).Get())[1][1].size, (XPS_SIZE{4000, 13000}));
+    EXPECT_HR(E_POINTER, package->WriteToStream(nullptr, TRUE));
+}
+
+TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
+{
+    XpsJobSpec spec = XpsJobSpec::Pages(1, 2);
+    spec.interleaveBytes = 50;
+    const auto package = Open(BuildXps(spec));
+    Resize(package.Get(), 0, 0, XPS_SIZE{900, 1200});
+    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, 0, TRUE));
+
+    const auto items = ReadZip(ReadFile(HostFile("out.xps")));
+    size_t wholePages = 0;
+    size_t pieces = 0;
+    for (const auto& item : items) {
+        wholePages += item.name == XpsPageItem(0, 0) ? 1 : 0;
+        pieces += item.name.rfind(XpsPageItem(0, 0) + "/", 0) == 0 ? 1 : 0;
+        EXPECT_EQ(item.name.rfind(XpsPageItem(0, 1), 0) == 0, item.name.find("piece") != std::string::npos) << item.name;
+    }
+    EXPECT_EQ(wholePages, 1u);
+    EXPECT_EQ(pieces, 0u);
+    const auto walked = Walk(OpenFile("out.xps").Get());
+    EXPECT_EQ(walked[0][0].size, (XPS_SIZE{900, 1200}));
+    EXPECT_EQ(walked[0][1].size, (XPS_SIZE{816, 1056}));
+}
+
+TEST_F(XpsWriteTest, Utf16PageKeepsItsEncoding)
+{
+    auto parts = BuildXpsParts(XpsJobSpec::Pages(1, 1));
+    parts.Get(XpsPageItem(0, 0)).data = Utf16Le(
+        "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n" + PageWith("Width=\"816\" Height=\"1056\"", "<Canvas/>"));
+    const auto package = Open(parts.Zip());
+    Resize(package.Get(), 0, 0, XPS_SIZE{1000.5f, 2000});
+    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, 0, TRUE));
+    std::string written;
+    for (const auto& item : ReadZip(ReadFile(HostFile("out.xps")))) {
+        if (item.name == XpsPageItem(0, 0)) {
+            written = item.data;
+        }
+    }
+    EXPECT_EQ(written, Utf16Le("<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n" +
+                               PageWith("Width=\"1000.5\" Height=\"2000\"", "<Canvas/>")));
+    EXPECT_EQ(Walk(OpenFile("out.xps").Get())[0][0].size, (XPS_SIZE{1000.5f, 2000}));
+}
+
+// ---- real XPS readers
+
+class XpsReadersTest : public XpsTest {
+protected:
+    // 1/96 inch to points.
+    static double Points(float xps) { return xps * 72.0 / 96.0; }
+
+    void ExpectBoxes(const std::vector<std::pair<double, double>>& boxes, const std::vector<XPS_SIZE>& pages)
+    {
+        ASSERT_EQ(boxes.size(), pages.size());
+        for (size_t i = 0; i < pages.size(); ++i) {
+            EXPECT_NEAR(boxes[i].first, Points(pages[i].width), 1.0) << "page " << i + 1;
+            EXPECT_NEAR(boxes[i].second, Points(pages[i].height), 1.0) << "page " << i + 1;
+        }
+    }
+
+    // A written package of three pages, the second enlarged.
+    std::vector<XPS_SIZE> WriteJob(XpsFlavor flavor, const std::string& name)
+    {
+        XpsJobSpec spec = XpsJobSpec::Pages(1, 3);
+        spec.flavor = flavor;
+        spec.jobTicket = SampleTicket("reader");
+        spec.documents[0].pages[0].advisoryWidth = 816.f;
+        spec.documents[0].pages[1].advisoryWidth = 816.f;
+        spec.documents[0].pages[1].advisoryHeight = 1056.f;
+        const auto package = Open(BuildXps(spec));
+        Resize(package.Get(), 0, 1, XPS_SIZE{3456, 18897.637f});
+        EXPECT_HR(S_OK, package->WriteToFile(WindowsFile(name).c_str(), nullptr, FILE_ATTRIBUTE_READONLY, TRUE));
+        return {XPS_SIZE{816, 1056}, XPS_SIZE{3456, 18897.637f}, XPS_SIZE{816, 1056}};
+    }
+};
+
+TEST_F(XpsReadersTest, MuPdfReadsTheWrittenPackage)
+{
+    if (!ToolAvailable("mutool")) {
+        GTEST_SKIP() << "mutool (mupdf-tools) is not installed";
+    }
+    for (const auto flavor : {XpsFlavor::Xps, XpsFlavor::OpenXps}) {
+        const std::string name = flavor == XpsFlavor::Xps ? "mupdf.xps" : "mupdf.oxps";
+        const auto pages = WriteJob(flavor, name);
+        int status = 0;
+        const std::string trace = RunCommand("mutool draw -F trace -o - '" + HostFile(name).string() + "'", status);
+        ASSERT_EQ(status, 0) << trace;
+        ExpectBoxes(Boxes(trace, "<page mediabox="), pages);
+    }
+}
+
+TEST_F(XpsReadersTest, LibGxpsConvertsTheWrittenPackage)
+{
+    if (!ToolAvailable("xpstopdf")) {
+        GTEST_SKIP() << "xpstopdf (libgxps-utils) is not installed";
+    }
+    const auto pages = WriteJob(XpsFlavor::Xps, "gxps.xps");
+    int status = 0;
+    const std::string output = RunCommand("xpstopdf '" + HostFile("gxps.xps").string() + "' '" + HostFile("gxps.pdf").string() + "'", status);
+    ASSERT_EQ(status, 0) << output;
+    const std::string pdf = ReadFile(HostFile("gxps.pdf"));
+    ExpectBoxes(Boxes(pdf, "/MediaBox"), pages);
+}
+
+}  // namespace
