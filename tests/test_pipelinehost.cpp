@@ -831,6 +831,33 @@ INSTANTIATE_TEST_SUITE_P(
                                "https://example.com/plans/elevations.dwg", "ben", false}),
     [](const testing::TestParamInfo<MachineJob>& info) { return info.param.driverPropertyBag ? "Version4" : "Legacy"; });
 
+TEST(PipelineHostShowDriver, DecodesBothKindsOfDriverOnTheBundledMachine)
+{
+    const struct {
+        const char* printer;
+        const char* source;
+        const char* platform;
+        const char* width;
+    } rows[] = {
+        {"QX Mesa 44", "version-4 driver property bag", "Mesa", "1118000"},  // the width the printer reports
+        {"QX Quarry 36", "legacy property bag file (.ldpb)", "Quarry", "914400"},
+    };
+    for (const auto& row : rows) {
+        TempFolder folder;
+        fs::create_directories(folder / "machine");
+        const ProcessResult run = RunHost({"--root", (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE,
+                                           "--printer", row.printer, "--show-driver"},
+                                          folder);
+        EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+        const auto has = [&](const std::string& name, const std::string& value) {
+            return run.out.find("  " + name + std::string(38 - name.size(), ' ') + value + "\n") != std::string::npos;
+        };
+        EXPECT_TRUE(has("source", row.source)) << run.out;
+        EXPECT_TRUE(has("platform", row.platform)) << run.out;
+        EXPECT_TRUE(has("max printer width (um)", row.width)) << run.out;
+    }
+}
+
 TEST(PipelineHostProgramErrors, ARefusedMachineStopsTheRunWithTheLoadersLine)
 {
     TempFolder folder;

@@ -103,6 +103,9 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
         } else if (option == "--gradual") {
             flag();
             options.gradual = true;
+        } else if (option == "--show-driver") {
+            flag();
+            options.showDriver = true;
         } else if (option == "--input") {
             SetOnce(options.input, option, value());
         } else if (option == "--output") {
@@ -131,7 +134,10 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
             throw UsageError("unknown argument '" + option + "'");
         }
     }
-    if (!options.help && options.input.empty()) {
+    if (options.showDriver && options.machine.empty()) {
+        throw UsageError("--show-driver needs --machine FILE");
+    }
+    if (!options.help && !options.showDriver && options.input.empty()) {
         throw UsageError("--input FILE is required");
     }
     if (options.machine.empty() && (!options.printer.empty() || options.job)) {
@@ -143,6 +149,7 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
 std::string HostUsage()
 {
     return "usage: qxpipelinehost --input FILE [options]\n"
+           "       qxpipelinehost --machine FILE [--printer NAME] --show-driver\n"
            "\n"
            "Runs the filter module as the print filter pipeline would for one job: InitializeFilter\n"
            "and StartOperation on a filter thread, the job's bytes from FILE, then reports the\n"
@@ -163,6 +170,8 @@ std::string HostUsage()
            "  --property NAME=i4:N    put a VT_I4 into the pipeline property bag (repeatable;\n"
            "                          after the job context, replacing a property of that name)\n"
            "  --property NAME=bstr:T  put a VT_BSTR into the pipeline property bag (repeatable)\n"
+           "  --show-driver           print what the job printer's driver declares, as the filter\n"
+           "                          decodes it, and run no job (needs --machine; no --input)\n"
            "  --gradual               deliver the input in small chunks from a producer thread, so\n"
            "                          that reads wait as behind a real previous filter\n"
            "  --shutdown-after MS     call ShutdownOperation from another thread after MS\n"

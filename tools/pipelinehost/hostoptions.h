@@ -26,6 +26,7 @@ struct HostOptions {
     std::optional<DWORD> job;  // none: the first job on the printer
     std::vector<PropertyOption> properties;
     bool gradual = false;
+    bool showDriver = false;  // print the job printer's decoded driver properties instead of running
     std::optional<unsigned> shutdownAfterMs;
 };
 

@@ -13,6 +13,7 @@
 #include <platform/machine.h>
 #include <platform/machinedescription.h>
 
+#include "pipelinehost/driverreport.h"
 #include "pipelinehost/filtermodule.h"
 #include "pipelinehost/filterrun.h"
 #include "pipelinehost/gradualfeeder.h"
@@ -93,10 +94,24 @@ std::unique_ptr<JobContext> LoadJobContext(const HostOptions& options)
     }
 }
 
+// Decodes the job printer's driver properties as the filter would, without running a job.
+int ShowDriver(JobContext& context)
+{
+    const ComApartment apartment;
+    const auto bag = PropertyBag::Create();
+    for (const PropertyOption& property : context.Properties()) {
+        bag->Set(property.name, property.value);
+    }
+    return PrintDriverProperties(std::cout, bag.Get()) ? kSucceeded : kFilterFailed;
+}
+
 int RunHost(const HostOptions& options)
 {
     UseMachineRoot(options.root);
     std::unique_ptr<JobContext> context = LoadJobContext(options);
+    if (options.showDriver) {
+        return ShowDriver(*context);
+    }
     const auto delivery = options.gradual ? ReadStream::Delivery::Gradual : ReadStream::Delivery::Whole;
     auto reader = OrSetupError("cannot read the input", [&] { return ReadStream::OpenFile(options.input, delivery); });
     const std::string modulePath = options.module.empty() ? DefaultModulePath() : options.module;
