@@ -33,7 +33,10 @@ namespace {
 constexpr const char* kNamespace = "http://schemas.microsoft.com/xps/2005/06";
 constexpr int kPages = 4;
 
-double Mb(double bytes) { return bytes / (1024.0 * 1024.0); }
+double Mb(double bytes)
+{
+    return bytes / (1024.0 * 1024.0);
+}
 
 // Peak resident memory of the process so far.
 double PeakRss()
@@ -165,7 +168,8 @@ void BuildJob(const std::string& path, zip_uint64_t imageBytes)
         "version=\"1\"/>");
     std::string document = std::string("<FixedDocument xmlns=\"") + kNamespace + "\">";
     for (int page = 1; page <= kPages; ++page) {
-        document += "<PageContent Source=\"Pages/" + std::to_string(page) + ".fpage\" Width=\"3456\" Height=\"12000\"/>";
+        document +=
+            "<PageContent Source=\"Pages/" + std::to_string(page) + ".fpage\" Width=\"3456\" Height=\"12000\"/>";
         add("Documents/1/Pages/" + std::to_string(page) + ".fpage",
             std::string("<FixedPage xmlns=\"") + kNamespace +
                 "\" Width=\"3456\" Height=\"12000\"><Path Data=\"M 0,0 L 3456,0 3456,12000 0,12000 Z\">"
@@ -238,9 +242,10 @@ int main(int argc, char** argv)
     fs::remove(jobPath);
     ComPtr<IStream> stream;
     Check(CreateStreamOnHGlobal(memory, TRUE, &stream), "CreateStreamOnHGlobal");
-    std::printf("job: %.1f MB in global memory (one stored image of %llu MB, %d pages); resident %.1f MB, peak %.1f MB\n\n",
-                Mb(static_cast<double>(GlobalSize(memory))), static_cast<unsigned long long>(jobMb), kPages, CurrentRss(),
-                PeakRss());
+    std::printf(
+        "job: %.1f MB in global memory (one stored image of %llu MB, %d pages); resident %.1f MB, peak %.1f MB\n\n",
+        Mb(static_cast<double>(GlobalSize(memory))), static_cast<unsigned long long>(jobMb), kPages, CurrentRss(),
+        PeakRss());
 
     double before = CurrentRss();
     Stopwatch loading;

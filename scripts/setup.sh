@@ -8,6 +8,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libzip-dev librapidxml-dev nlohmann-json3-dev
   python3
+  # real XPS readers that the tests open written packages with
+  mupdf-tools libgxps-utils
 )
 
 missing=()

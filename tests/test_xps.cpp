@@ -32,8 +32,14 @@ using namespace testsupport;
 namespace fs = std::filesystem;
 
 // Found by argument lookup, as XPS_SIZE lives in the global namespace.
-inline bool operator==(const XPS_SIZE& a, const XPS_SIZE& b) { return a.width == b.width && a.height == b.height; }
-inline std::ostream& operator<<(std::ostream& out, const XPS_SIZE& size) { return out << size.width << " x " << size.height; }
+inline bool operator==(const XPS_SIZE& a, const XPS_SIZE& b)
+{
+    return a.width == b.width && a.height == b.height;
+}
+inline std::ostream& operator<<(std::ostream& out, const XPS_SIZE& size)
+{
+    return out << size.width << " x " << size.height;
+}
 
 namespace {
 
@@ -51,10 +57,10 @@ std::string Hex(HRESULT hr)
 #define EXPECT_HR(expected, actual) EXPECT_EQ(Hex(expected), Hex(actual))
 #define ASSERT_HR(expected, actual) ASSERT_EQ(Hex(expected), Hex(actual))
 
-XpsPageSpec PageSpec(float width, float height, std::optional<float> advisoryWidth = std::nullopt,
+XpsPagePlan PagePlan(float width, float height, std::optional<float> advisoryWidth = std::nullopt,
                      std::optional<float> advisoryHeight = std::nullopt)
 {
-    XpsPageSpec page;
+    XpsPagePlan page;
     page.width = width;
     page.height = height;
     page.advisoryWidth = advisoryWidth;
@@ -66,7 +72,6 @@ struct PageInfo {
     XPS_SIZE size;
     XPS_SIZE advisory;
 };
-
 
 // An IStream over bytes that counts what is read through it and can be told to fail reading.
 class CountingStream : public platform::ComObject<CountingStream, IStream> {
@@ -93,7 +98,7 @@ public:
     HRESULT Write(const void*, ULONG, ULONG*) override { return STG_E_INVALIDFUNCTION; }
     HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override
     {
-        const LONGLONG base = origin == STREAM_SEEK_SET ? 0
+        const LONGLONG base = origin == STREAM_SEEK_SET   ? 0
                               : origin == STREAM_SEEK_CUR ? static_cast<LONGLONG>(position_)
                                                           : static_cast<LONGLONG>(bytes_.size());
         if (base + move.QuadPart < 0) {
@@ -171,9 +176,15 @@ std::uint16_t Le16(const std::string& bytes, size_t at)
     std::memcpy(&value, bytes.data() + at, 2);
     return value;
 }
-void PutLe32(std::string& bytes, size_t at, std::uint32_t value) { std::memcpy(&bytes[at], &value, 4); }
+void PutLe32(std::string& bytes, size_t at, std::uint32_t value)
+{
+    std::memcpy(&bytes[at], &value, 4);
+}
 
-size_t EndOfCentralDirectory(const std::string& zip) { return zip.rfind(std::string("PK\x05\x06", 4)); }
+size_t EndOfCentralDirectory(const std::string& zip)
+{
+    return zip.rfind(std::string("PK\x05\x06", 4));
+}
 
 // Makes an archive entry claim another uncompressed size, in its local and central headers.
 void PatchDeclaredSize(std::string& zip, const std::string& name, std::uint32_t size)
@@ -218,7 +229,10 @@ std::string Utf16Le(const std::string& ascii)
     return bytes;
 }
 
-bool ToolAvailable(const std::string& tool) { return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0; }
+bool ToolAvailable(const std::string& tool)
+{
+    return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0;
+}
 
 std::string RunCommand(const std::string& command, int& status)
 {
@@ -389,15 +403,15 @@ class XpsReadTest : public XpsTest, public testing::WithParamInterface<ReadCase>
 
 TEST_P(XpsReadTest, GivesDocumentsPagesSizesAndTicket)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(2, 0);
-    spec.flavor = GetParam().flavor;
-    spec.absoluteReferences = GetParam().absolute;
-    spec.interleaveBytes = GetParam().interleave;
-    spec.jobTicket = SampleTicket("job ticket");
-    spec.documents[0].pages = {PageSpec(816, 1056, 816.f, 1056.f), PageSpec(1056, 816)};
-    spec.documents[1].pages = {PageSpec(3456, 12000, 3456.f)};
+    XpsJobPlan plan = XpsJobPlan::Pages(2, 0);
+    plan.flavor = GetParam().flavor;
+    plan.absoluteReferences = GetParam().absolute;
+    plan.interleaveBytes = GetParam().interleave;
+    plan.jobTicket = SampleTicket("job ticket");
+    plan.documents[0].pages = {PagePlan(816, 1056, 816.f, 1056.f), PagePlan(1056, 816)};
+    plan.documents[1].pages = {PagePlan(3456, 12000, 3456.f)};
 
-    const auto package = Open(BuildXps(spec));
+    const auto package = Open(BuildXps(plan));
     const auto walked = Walk(package.Get());
 
     ASSERT_EQ(walked.size(), 2u);
@@ -423,7 +437,7 @@ INSTANTIATE_TEST_SUITE_P(Packages, XpsReadTest,
 
 TEST_F(XpsTest, ReadsAPackageFromAFile)
 {
-    BuildXpsParts(XpsJobSpec::Pages(1, 3, 1000, 2000)).WriteTo(HostFile("in.xps"));
+    BuildXpsParts(XpsJobPlan::Pages(1, 3, 1000, 2000)).WriteTo(HostFile("in.xps"));
     const auto package = OpenFile("in.xps");
     const auto walked = Walk(package.Get());
     ASSERT_EQ(walked.size(), 1u);
@@ -439,15 +453,16 @@ TEST_F(XpsTest, FactoryRefusesMissingArgumentsAndFiles)
     EXPECT_HR(E_POINTER, factory_->CreatePackageFromFile(nullptr, TRUE, &package));
     EXPECT_HR(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND),
               factory_->CreatePackageFromFile(WindowsFile("absent.xps").c_str(), TRUE, &package));
-    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), factory_->CreatePackageFromFile(L"no drive.xps", TRUE, &package));
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND),
+              factory_->CreatePackageFromFile(L"no drive.xps", TRUE, &package));
     EXPECT_EQ(package.Get(), nullptr);
 }
 
 TEST_F(XpsTest, HandsOutTheSameObjectsOnEveryCall)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-    spec.jobTicket = SampleTicket("t");
-    const auto package = Open(BuildXps(spec));
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+    plan.jobTicket = SampleTicket("t");
+    const auto package = Open(BuildXps(plan));
     EXPECT_EQ(Sequence(package.Get()).Get(), Sequence(package.Get()).Get());
     EXPECT_EQ(DocumentAt(package.Get(), 0).Get(), DocumentAt(package.Get(), 0).Get());
     EXPECT_EQ(ReferenceAt(package.Get(), 0, 0).Get(), ReferenceAt(package.Get(), 0, 0).Get());
@@ -461,7 +476,7 @@ TEST_F(XpsTest, HandsOutTheSameObjectsOnEveryCall)
 
 TEST_F(XpsTest, CollectionsRefuseIndexesPastTheEnd)
 {
-    const auto package = Open(BuildXps(XpsJobSpec::Pages(1, 2)));
+    const auto package = Open(BuildXps(XpsJobPlan::Pages(1, 2)));
     ComPtr<IXpsOMDocumentCollection> documents;
     ComPtr<IXpsOMDocument> document;
     ComPtr<IXpsOMPageReferenceCollection> references;
@@ -480,9 +495,9 @@ TEST_F(XpsTest, CollectionsRefuseIndexesPastTheEnd)
 
 TEST_F(XpsTest, ObjectsAnswerForTheirInterfaceChains)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-    spec.jobTicket = SampleTicket("t");
-    const auto package = Open(BuildXps(spec));
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+    plan.jobTicket = SampleTicket("t");
+    const auto package = Open(BuildXps(plan));
     ComPtr<IXpsOMPrintTicketResource> ticket;
     ASSERT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
     ComPtr<IXpsOMResource> resource;
@@ -500,13 +515,13 @@ TEST_F(XpsTest, ObjectsAnswerForTheirInterfaceChains)
 
 TEST_F(XpsTest, PartNamesMatchIgnoringCaseAndEscapes)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 2);
-    spec.documents[0].pages[0].name = "Pages/Page One.fpage";
-    spec.documents[0].pages[0].source = "pages/PAGE%20one.FPAGE";
-    spec.documents[0].pages[1].name = "Other/2.fpage";
-    spec.documents[0].pages[1].source = "./Pages/../Other/./2.fpage#frag";
-    spec.documents[0].pages[1].width = 500;
-    const auto walked = Walk(Open(BuildXps(spec)).Get());
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
+    plan.documents[0].pages[0].name = "Pages/Page One.fpage";
+    plan.documents[0].pages[0].source = "pages/PAGE%20one.FPAGE";
+    plan.documents[0].pages[1].name = "Other/2.fpage";
+    plan.documents[0].pages[1].source = "./Pages/../Other/./2.fpage#frag";
+    plan.documents[0].pages[1].width = 500;
+    const auto walked = Walk(Open(BuildXps(plan)).Get());
     ASSERT_EQ(walked.size(), 1u);
     ASSERT_EQ(walked[0].size(), 2u);
     EXPECT_EQ(walked[0][1].size.width, 500);
@@ -516,7 +531,7 @@ TEST_F(XpsTest, PartNamesMatchIgnoringCaseAndEscapes)
 
 TEST_F(XpsTest, SequenceWithoutTicketGivesNull)
 {
-    const auto package = Open(BuildXps(XpsJobSpec::Pages(1, 1)));
+    const auto package = Open(BuildXps(XpsJobPlan::Pages(1, 1)));
     ComPtr<IXpsOMPrintTicketResource> ticket;
     EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
     EXPECT_EQ(ticket.Get(), nullptr);
@@ -527,9 +542,9 @@ TEST_F(XpsTest, SequenceWithoutTicketGivesNull)
 
 TEST_F(XpsTest, TicketStreamsAreNewAndStartAtTheBeginning)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-    spec.jobTicket = SampleTicket("independent");
-    const auto package = Open(BuildXps(spec));
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+    plan.jobTicket = SampleTicket("independent");
+    const auto package = Open(BuildXps(plan));
     ComPtr<IXpsOMPrintTicketResource> ticket;
     ComPtr<IStream> first;
     ComPtr<IStream> second;
@@ -544,10 +559,10 @@ TEST_F(XpsTest, TicketStreamsAreNewAndStartAtTheBeginning)
 
 TEST_F(XpsTest, DocumentTicketsAreTheirOwn)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(2, 1);
-    spec.jobTicket = SampleTicket("job");
-    spec.documents[1].ticket = SampleTicket("second document");
-    const auto package = Open(BuildXps(spec));
+    XpsJobPlan plan = XpsJobPlan::Pages(2, 1);
+    plan.jobTicket = SampleTicket("job");
+    plan.documents[1].ticket = SampleTicket("second document");
+    const auto package = Open(BuildXps(plan));
     ComPtr<IXpsOMPrintTicketResource> ticket;
     ComPtr<IStream> stream;
     EXPECT_HR(S_OK, DocumentAt(package.Get(), 0)->GetPrintTicketResource(&ticket));
@@ -561,20 +576,20 @@ TEST_F(XpsTest, DocumentTicketsAreTheirOwn)
 
 TEST_F(XpsTest, OpenXpsTicketRelationshipIsFollowed)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-    spec.flavor = XpsFlavor::OpenXps;
-    spec.jobTicket = SampleTicket("open");
-    EXPECT_EQ(TicketOf(Sequence(Open(BuildXps(spec)).Get()).Get()), SampleTicket("open"));
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+    plan.flavor = XpsFlavor::OpenXps;
+    plan.jobTicket = SampleTicket("open");
+    EXPECT_EQ(TicketOf(Sequence(Open(BuildXps(plan)).Get()).Get()), SampleTicket("open"));
 }
 
 // ---- reading only what is asked for
 
 TEST_F(XpsTest, OpeningReadsOnlyTheCentralDirectory)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 2);
-    spec.jobTicket = SampleTicket("lazy");
-    spec.extraParts.push_back(XpsPartSpec{"Resources/Images/scan.jpg", RandomBytes(16 << 20, 7), "image/jpeg", false});
-    const std::string job = BuildXps(spec);
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
+    plan.jobTicket = SampleTicket("lazy");
+    plan.extraParts.push_back(XpsExtraPart{"Resources/Images/scan.jpg", RandomBytes(16 << 20, 7), "image/jpeg", false});
+    const std::string job = BuildXps(plan);
     ComPtr<CountingStream> stream;
     stream.Attach(new CountingStream(job));
     ComPtr<IXpsOMPackage> package;
@@ -597,7 +612,7 @@ TEST_F(XpsTest, OpeningReadsOnlyTheCentralDirectory)
 
 TEST_F(XpsTest, PagesAreReadOnlyWhenAskedFor)
 {
-    auto parts = BuildXpsParts(XpsJobSpec::Pages(1, 2));
+    auto parts = BuildXpsParts(XpsJobPlan::Pages(1, 2));
     parts.Get(XpsPageItem(0, 1)).data = "<FixedPage this is not markup";
     const auto package = Open(parts.Zip());
     const auto first = ReferenceAt(package.Get(), 0, 0);
@@ -620,7 +635,7 @@ TEST_F(XpsTest, PackageKeepsTheStreamItWasGiven)
 {
     ComPtr<IXpsOMPackage> package;
     {
-        auto stream = MemoryStream(BuildXps(XpsJobSpec::Pages(1, 1, 600, 700)));
+        auto stream = MemoryStream(BuildXps(XpsJobPlan::Pages(1, 1, 600, 700)));
         ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
     }
     EXPECT_EQ(Walk(package.Get())[0][0].size, (XPS_SIZE{600, 700}));
@@ -629,7 +644,7 @@ TEST_F(XpsTest, PackageKeepsTheStreamItWasGiven)
 TEST_F(XpsTest, StreamReadFailureTravelsToTheCaller)
 {
     ComPtr<CountingStream> stream;
-    stream.Attach(new CountingStream(BuildXps(XpsJobSpec::Pages(1, 1))));
+    stream.Attach(new CountingStream(BuildXps(XpsJobPlan::Pages(1, 1))));
     ComPtr<IXpsOMPackage> package;
     ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
     stream->failReads = true;
@@ -650,10 +665,10 @@ struct DamageCase {
     HRESULT expected;
 };
 
-std::string Broken(const std::function<void(ZipParts&)>& damage, XpsJobSpec spec = XpsJobSpec::Pages(1, 1))
+std::string Broken(const std::function<void(ZipParts&)>& damage, XpsJobPlan plan = XpsJobPlan::Pages(1, 1))
 {
-    spec.jobTicket = SampleTicket("damaged");
-    auto parts = BuildXpsParts(spec);
+    plan.jobTicket = SampleTicket("damaged");
+    auto parts = BuildXpsParts(plan);
     damage(parts);
     return parts.Zip();
 }
@@ -670,7 +685,8 @@ const std::string kSequenceRelationship =
 
 std::string PageWith(const std::string& attributes, const std::string& content = "")
 {
-    return "<FixedPage xmlns=\"http://schemas.microsoft.com/xps/2005/06\" " + attributes + ">" + content + "</FixedPage>";
+    return "<FixedPage xmlns=\"http://schemas.microsoft.com/xps/2005/06\" " + attributes + ">" + content +
+           "</FixedPage>";
 }
 
 std::string Nested(size_t depth)
@@ -694,21 +710,22 @@ std::vector<DamageCase> DamageCases()
         {"Empty", [] { return std::string(); }, Step::Open, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
         {"TruncatedInHalf",
          [] {
-             const std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+             const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
              return job.substr(0, job.size() / 2);
          },
          Step::Open, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
         {"CentralDirectoryCut",
          [] {
-             const std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+             const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
              const size_t record = EndOfCentralDirectory(job);
              return job.substr(0, Le32(job, record + 16) + 10) + job.substr(record);
          },
          Step::Open, OPC_E_ZIP_CORRUPTED_ARCHIVE},
         {"ContentTypesMissing", [] { return Broken([](ZipParts& p) { p.Remove("[Content_Types].xml"); }); },
          Step::Sequence, OPC_E_MISSING_CONTENT_TYPES},
-        {"ContentTypesMalformed", [] { return Broken([](ZipParts& p) { p.Get("[Content_Types].xml").data = "<Types"; }); },
-         Step::Sequence, OPC_E_INVALID_CONTENT_TYPE_XML},
+        {"ContentTypesMalformed",
+         [] { return Broken([](ZipParts& p) { p.Get("[Content_Types].xml").data = "<Types"; }); }, Step::Sequence,
+         OPC_E_INVALID_CONTENT_TYPE_XML},
         {"PackageRelationshipsMissing", [] { return Broken([](ZipParts& p) { p.Remove("_rels/.rels"); }); },
          Step::Sequence, XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP},
         {"SequenceRelationshipMissing",
@@ -724,27 +741,29 @@ std::vector<DamageCase> DamageCases()
         {"TwoSequenceRelationships",
          [] {
              return Broken([](ZipParts& p) {
-                 p.Get("_rels/.rels").data =
-                     RelationshipsWith(kSequenceRelationship + ReplaceAll(kSequenceRelationship, "Id=\"A\"", "Id=\"B\""));
+                 p.Get("_rels/.rels").data = RelationshipsWith(
+                     kSequenceRelationship + ReplaceAll(kSequenceRelationship, "Id=\"A\"", "Id=\"B\""));
              });
          },
          Step::Sequence, XPS_E_MULTIPLE_DOCUMENTSEQUENCE_RELATIONSHIPS},
         {"PackageRelationshipsMalformed",
-         [] { return Broken([](ZipParts& p) { p.Get("_rels/.rels").data = RelationshipsWith("<Relationship Id=\"x\"/>"); }); },
+         [] {
+             return Broken(
+                 [](ZipParts& p) { p.Get("_rels/.rels").data = RelationshipsWith("<Relationship Id=\"x\"/>"); });
+         },
          Step::Sequence, OPC_E_INVALID_RELS_XML},
         {"SequencePartMissing", [] { return Broken([](ZipParts& p) { p.Remove(kXpsSequenceItem); }); }, Step::Sequence,
          OPC_E_NO_SUCH_PART},
         {"SequenceContentTypeWrong",
          [] {
              return Broken([](ZipParts& p) {
-                 p.Get("[Content_Types].xml").data = ReplaceAll(p.Get("[Content_Types].xml").data, "Extension=\"fdseq\"",
-                                                                "Extension=\"fdsq\"");
+                 p.Get("[Content_Types].xml").data =
+                     ReplaceAll(p.Get("[Content_Types].xml").data, "Extension=\"fdseq\"", "Extension=\"fdsq\"");
              });
          },
          Step::Sequence, XPS_E_UNEXPECTED_CONTENT_TYPE},
-        {"SequenceMalformed",
-         [] { return Broken([](ZipParts& p) { p.Get(kXpsSequenceItem).data += "<trailing/>"; }); }, Step::Sequence,
-         XPS_E_INVALID_MARKUP},
+        {"SequenceMalformed", [] { return Broken([](ZipParts& p) { p.Get(kXpsSequenceItem).data += "<trailing/>"; }); },
+         Step::Sequence, XPS_E_INVALID_MARKUP},
         {"SequenceRootWrong",
          [] {
              return Broken([](ZipParts& p) {
@@ -754,9 +773,8 @@ std::vector<DamageCase> DamageCases()
          Step::Sequence, XPS_E_INVALID_MARKUP},
         {"DocumentMissing", [] { return Broken([](ZipParts& p) { p.Remove(XpsDocumentItem(0)); }); }, Step::Sequence,
          XPS_E_MISSING_REFERRED_DOCUMENT},
-        {"DocumentMalformed",
-         [] { return Broken([](ZipParts& p) { p.Get(XpsDocumentItem(0)).data.resize(30); }); }, Step::Pages,
-         XPS_E_INVALID_MARKUP},
+        {"DocumentMalformed", [] { return Broken([](ZipParts& p) { p.Get(XpsDocumentItem(0)).data.resize(30); }); },
+         Step::Pages, XPS_E_INVALID_MARKUP},
         {"PageContentWithoutSource",
          [] {
              return Broken([](ZipParts& p) {
@@ -764,26 +782,44 @@ std::vector<DamageCase> DamageCases()
              });
          },
          Step::Pages, XPS_E_INVALID_MARKUP},
+        {"PageReferredToTwice",
+         [] {
+             XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
+             plan.documents[0].pages[1].source = "Pages/1.fpage";
+             return Broken([](ZipParts&) {}, plan);
+         },
+         Step::Pages, XPS_E_MULTIPLE_REFERENCES_TO_PART},
+        {"DocumentReferredToTwice",
+         [] {
+             return Broken([](ZipParts& p) {
+                 p.Get(kXpsSequenceItem).data =
+                     ReplaceAll(p.Get(kXpsSequenceItem).data, "</FixedDocumentSequence>",
+                                "<DocumentReference Source=\"/Documents/1/FixedDocument.fdoc\"/>"
+                                "</FixedDocumentSequence>");
+             });
+         },
+         Step::Sequence, XPS_E_MULTIPLE_REFERENCES_TO_PART},
         {"PageMissing", [page] { return Broken([page](ZipParts& p) { p.Remove(page); }); }, Step::Pages,
          XPS_E_MISSING_REFERRED_PAGE},
         {"PageOutsideThePackage",
          [] {
-             XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-             spec.documents[0].pages[0].source = "../../../../Pages/1.fpage";
-             return Broken([](ZipParts&) {}, spec);
+             XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+             plan.documents[0].pages[0].source = "../../../../Pages/1.fpage";
+             return Broken([](ZipParts&) {}, plan);
          },
          Step::Pages, XPS_E_MISSING_REFERRED_PAGE},
         {"PageOnTheWeb",
          [] {
-             XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-             spec.documents[0].pages[0].source = "http://example.com/Documents/1/Pages/1.fpage";
-             return Broken([](ZipParts&) {}, spec);
+             XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+             plan.documents[0].pages[0].source = "http://example.com/Documents/1/Pages/1.fpage";
+             return Broken([](ZipParts&) {}, plan);
          },
          Step::Pages, XPS_E_MISSING_REFERRED_PAGE},
         {"PageMalformed", [page] { return Broken([page](ZipParts& p) { p.Get(page).data += "</FixedPage>"; }); },
          Step::Page, XPS_E_INVALID_MARKUP},
-        {"PageWithoutHeight", [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"816\""); }); },
-         Step::Page, XPS_E_INVALID_MARKUP},
+        {"PageWithoutHeight",
+         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"816\""); }); }, Step::Page,
+         XPS_E_INVALID_MARKUP},
         {"PageWidthNotANumber",
          [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"wide\" Height=\"5\""); }); },
          Step::Page, XPS_E_INVALID_FLOAT},
@@ -803,9 +839,10 @@ std::vector<DamageCase> DamageCases()
         {"PageWithADtd",
          [page] {
              return Broken([page](ZipParts& p) {
-                 p.Get(page).data = "<!DOCTYPE FixedPage [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;\">"
-                                    "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;\">]>" +
-                                    PageWith("Width=\"5\" Height=\"5\"", "<Glyphs UnicodeString=\"&c;\"/>");
+                 p.Get(page).data =
+                     "<!DOCTYPE FixedPage [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;\">"
+                     "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;\">]>" +
+                     PageWith("Width=\"5\" Height=\"5\"", "<Glyphs UnicodeString=\"&c;\"/>");
              });
          },
          Step::Page, XPS_E_INVALID_MARKUP},
@@ -826,14 +863,15 @@ std::vector<DamageCase> DamageCases()
          Step::Page, XPS_E_INVALID_MARKUP},
         {"PageNestedTooDeep",
          [page] {
-             return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"5\" Height=\"5\"", Nested(100000)); });
+             return Broken(
+                 [page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"5\" Height=\"5\"", Nested(100000)); });
          },
          Step::Page, XPS_E_INVALID_MARKUP},
         {"PagePieceMissing",
          [] {
-             XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-             spec.interleaveBytes = 30;
-             return Broken([](ZipParts& p) { p.Remove(XpsPageItem(0, 0) + "/[1].piece"); }, spec);
+             XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+             plan.interleaveBytes = 30;
+             return Broken([](ZipParts& p) { p.Remove(XpsPageItem(0, 0) + "/[1].piece"); }, plan);
          },
          Step::Page, OPC_E_MISSING_PIECE},
         {"PageDataDamaged",
@@ -859,8 +897,9 @@ std::vector<DamageCase> DamageCases()
         {"TwoTickets",
          [] {
              return Broken([](ZipParts& p) {
-                 const std::string one = "<Relationship Id=\"T1\" Type=\"http://schemas.microsoft.com/xps/2005/06/printticket\" "
-                                         "Target=\"Metadata/Job_PT.xml\"/>";
+                 const std::string one =
+                     "<Relationship Id=\"T1\" Type=\"http://schemas.microsoft.com/xps/2005/06/printticket\" "
+                     "Target=\"Metadata/Job_PT.xml\"/>";
                  p.Get(kXpsSequenceRelsItem).data = RelationshipsWith(one + ReplaceAll(one, "T1", "T2"));
              });
          },
@@ -899,7 +938,8 @@ TEST_P(XpsDamageTest, FailsAtTheCallThatNeedsTheDamagedPart)
         step = next;
         hr = call();
     };
-    run(Step::Open, [&] { return factory_->CreatePackageFromStream(MemoryStream(damage.job()).Get(), TRUE, &package); });
+    run(Step::Open,
+        [&] { return factory_->CreatePackageFromStream(MemoryStream(damage.job()).Get(), TRUE, &package); });
     run(Step::Sequence, [&] { return package->GetDocumentSequence(&sequence); });
     run(Step::Pages, [&] {
         ComPtr<IXpsOMDocumentCollection> documents;
@@ -927,7 +967,7 @@ INSTANTIATE_TEST_SUITE_P(Packages, XpsDamageTest, testing::ValuesIn(DamageCases(
 
 TEST_F(XpsTest, PartDeclaredLargerThanTheLimitIsNotInflated)
 {
-    std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+    std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
     PatchDeclaredSize(job, XpsPageItem(0, 0), 300u << 20);
     ComPtr<IXpsOMPage> page;
     EXPECT_HR(kFileTooLarge, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
@@ -935,7 +975,7 @@ TEST_F(XpsTest, PartDeclaredLargerThanTheLimitIsNotInflated)
 
 TEST_F(XpsTest, PartDeclaredLargerThanDeflateCanProduceIsRefused)
 {
-    std::string job = BuildXps(XpsJobSpec::Pages(1, 1));
+    std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
     PatchDeclaredSize(job, XpsPageItem(0, 0), CompressedSize(job, XpsPageItem(0, 0)) * 2000);
     ComPtr<IXpsOMPage> page;
     EXPECT_HR(OPC_E_ZIP_INCORRECT_DATA_SIZE, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
@@ -944,9 +984,9 @@ TEST_F(XpsTest, PartDeclaredLargerThanDeflateCanProduceIsRefused)
 // A bomb: a small entry that claims little and inflates to far more.
 TEST_F(XpsTest, PartInflatingPastItsDeclaredSizeIsStopped)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 1);
-    spec.documents[0].pages[0].content = std::string(8 << 20, ' ');
-    std::string job = BuildXps(spec);
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
+    plan.documents[0].pages[0].content = std::string(8 << 20, ' ');
+    std::string job = BuildXps(plan);
     ASSERT_LT(job.size(), 64u * 1024);
     PatchDeclaredSize(job, XpsPageItem(0, 0), 16 * 1024);
     ComPtr<IXpsOMPage> page;
@@ -968,7 +1008,8 @@ TEST_F(XpsTest, ArchiveClaimingMillionsOfEntriesIsRefusedAtOnce)
     record[8] = record[9] = record[10] = record[11] = '\xFF';
     job += locator + record;
     ComPtr<IXpsOMPackage> package;
-    EXPECT_HR(OPC_E_ZIP_CENTRAL_DIRECTORY_TOO_LARGE, factory_->CreatePackageFromStream(MemoryStream(job).Get(), TRUE, &package));
+    EXPECT_HR(OPC_E_ZIP_CENTRAL_DIRECTORY_TOO_LARGE,
+              factory_->CreatePackageFromStream(MemoryStream(job).Get(), TRUE, &package));
     EXPECT_EQ(package.Get(), nullptr);
 }
 
@@ -976,7 +1017,7 @@ TEST_F(XpsTest, ArchiveClaimingMillionsOfEntriesIsRefusedAtOnce)
 
 TEST_F(XpsTest, SetPageDimensionsRefusesSizesBelowOne)
 {
-    const auto page = PageAt(Open(BuildXps(XpsJobSpec::Pages(1, 1))).Get(), 0, 0);
+    const auto page = PageAt(Open(BuildXps(XpsJobPlan::Pages(1, 1))).Get(), 0, 0);
     const XPS_SIZE tooSmall{0.5f, 100};
     const XPS_SIZE notANumber{NAN, 100};
     const XPS_SIZE infinite{100, INFINITY};
@@ -995,17 +1036,19 @@ TEST_F(XpsTest, SetPageDimensionsRefusesSizesBelowOne)
 class XpsWriteTest : public XpsTest {
 protected:
     // Two documents; the first gives advisory sizes, the second does not.
-    static XpsJobSpec Job()
+    static XpsJobPlan Job()
     {
-        XpsJobSpec spec = XpsJobSpec::Pages(2, 2, 3456, 12000);
-        spec.jobTicket = SampleTicket("write");
-        for (auto& page : spec.documents[0].pages) {
+        XpsJobPlan plan = XpsJobPlan::Pages(2, 2, 3456, 12000);
+        plan.jobTicket = SampleTicket("write");
+        for (auto& page : plan.documents[0].pages) {
             page.advisoryWidth = page.width;
             page.advisoryHeight = page.height;
         }
-        spec.extraParts.push_back(XpsPartSpec{"Resources/Images/photo.jpg", RandomBytes(1 << 20, 3), "image/jpeg", false});
-        spec.extraParts.push_back(XpsPartSpec{"Resources/Fonts/font.odttf", std::string(100000, 'f'), "application/vnd.ms-package.obfuscated-opentype", true});
-        return spec;
+        plan.extraParts.push_back(
+            XpsExtraPart{"Resources/Images/photo.jpg", RandomBytes(1 << 20, 3), "image/jpeg", false});
+        plan.extraParts.push_back(XpsExtraPart{"Resources/Fonts/font.odttf", std::string(100000, 'f'),
+                                               "application/vnd.ms-package.obfuscated-opentype", true});
+        return plan;
     }
 };
 
@@ -1124,9 +1167,9 @@ TEST_F(XpsWriteTest, WritesToASequentialStream)
 
 TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
 {
-    XpsJobSpec spec = XpsJobSpec::Pages(1, 2);
-    spec.interleaveBytes = 50;
-    const auto package = Open(BuildXps(spec));
+    XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
+    plan.interleaveBytes = 50;
+    const auto package = Open(BuildXps(plan));
     Resize(package.Get(), 0, 0, XPS_SIZE{900, 1200});
     ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, 0, TRUE));
 
@@ -1136,7 +1179,8 @@ TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
     for (const auto& item : items) {
         wholePages += item.name == XpsPageItem(0, 0) ? 1 : 0;
         pieces += item.name.rfind(XpsPageItem(0, 0) + "/", 0) == 0 ? 1 : 0;
-        EXPECT_EQ(item.name.rfind(XpsPageItem(0, 1), 0) == 0, item.name.find("piece") != std::string::npos) << item.name;
+        EXPECT_EQ(item.name.rfind(XpsPageItem(0, 1), 0) == 0, item.name.find("piece") != std::string::npos)
+            << item.name;
     }
     EXPECT_EQ(wholePages, 1u);
     EXPECT_EQ(pieces, 0u);
@@ -1147,9 +1191,9 @@ TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
 
 TEST_F(XpsWriteTest, Utf16PageKeepsItsEncoding)
 {
-    auto parts = BuildXpsParts(XpsJobSpec::Pages(1, 1));
-    parts.Get(XpsPageItem(0, 0)).data = Utf16Le(
-        "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n" + PageWith("Width=\"816\" Height=\"1056\"", "<Canvas/>"));
+    auto parts = BuildXpsParts(XpsJobPlan::Pages(1, 1));
+    parts.Get(XpsPageItem(0, 0)).data = Utf16Le("<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n" +
+                                                PageWith("Width=\"816\" Height=\"1056\"", "<Canvas/>"));
     const auto package = Open(parts.Zip());
     Resize(package.Get(), 0, 0, XPS_SIZE{1000.5f, 2000});
     ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, 0, TRUE));
@@ -1183,13 +1227,13 @@ protected:
     // A written package of three pages, the second enlarged.
     std::vector<XPS_SIZE> WriteJob(XpsFlavor flavor, const std::string& name)
     {
-        XpsJobSpec spec = XpsJobSpec::Pages(1, 3);
-        spec.flavor = flavor;
-        spec.jobTicket = SampleTicket("reader");
-        spec.documents[0].pages[0].advisoryWidth = 816.f;
-        spec.documents[0].pages[1].advisoryWidth = 816.f;
-        spec.documents[0].pages[1].advisoryHeight = 1056.f;
-        const auto package = Open(BuildXps(spec));
+        XpsJobPlan plan = XpsJobPlan::Pages(1, 3);
+        plan.flavor = flavor;
+        plan.jobTicket = SampleTicket("reader");
+        plan.documents[0].pages[0].advisoryWidth = 816.f;
+        plan.documents[0].pages[1].advisoryWidth = 816.f;
+        plan.documents[0].pages[1].advisoryHeight = 1056.f;
+        const auto package = Open(BuildXps(plan));
         Resize(package.Get(), 0, 1, XPS_SIZE{3456, 18897.637f});
         EXPECT_HR(S_OK, package->WriteToFile(WindowsFile(name).c_str(), nullptr, FILE_ATTRIBUTE_READONLY, TRUE));
         return {XPS_SIZE{816, 1056}, XPS_SIZE{3456, 18897.637f}, XPS_SIZE{816, 1056}};
@@ -1218,7 +1262,8 @@ TEST_F(XpsReadersTest, LibGxpsConvertsTheWrittenPackage)
     }
     const auto pages = WriteJob(XpsFlavor::Xps, "gxps.xps");
     int status = 0;
-    const std::string output = RunCommand("xpstopdf '" + HostFile("gxps.xps").string() + "' '" + HostFile("gxps.pdf").string() + "'", status);
+    const std::string output =
+        RunCommand("xpstopdf '" + HostFile("gxps.xps").string() + "' '" + HostFile("gxps.pdf").string() + "'", status);
     ASSERT_EQ(status, 0) << output;
     const std::string pdf = ReadFile(HostFile("gxps.pdf"));
     ExpectBoxes(Boxes(pdf, "/MediaBox"), pages);

@@ -26,9 +26,9 @@ struct XPS_SIZE {
 #define XPS_E_MULTIPLE_DOCUMENTSEQUENCE_RELATIONSHIPS _HRESULT_TYPEDEF_(0x80520202L)
 #define XPS_E_MULTIPLE_PRINTTICKETS_ON_DOCUMENT _HRESULT_TYPEDEF_(0x80520206L)
 #define XPS_E_MULTIPLE_PRINTTICKETS_ON_DOCUMENTSEQUENCE _HRESULT_TYPEDEF_(0x80520207L)
+#define XPS_E_MULTIPLE_REFERENCES_TO_PART _HRESULT_TYPEDEF_(0x80520208L)
 #define XPS_E_INDEX_OUT_OF_RANGE _HRESULT_TYPEDEF_(0x80520500L)
 
-#define OPC_E_NONCONFORMING_URI _HRESULT_TYPEDEF_(0x80510001L)
 #define OPC_E_INVALID_CONTENT_TYPE_XML _HRESULT_TYPEDEF_(0x80510006L)
 #define OPC_E_MISSING_CONTENT_TYPES _HRESULT_TYPEDEF_(0x80510007L)
 #define OPC_E_INVALID_RELS_XML _HRESULT_TYPEDEF_(0x8051000AL)
@@ -55,7 +55,8 @@ struct XPS_SIZE {
 //   markup and the existence of its pages), IXpsOMPageReference::GetPage (the page markup),
 //   GetPrintTicketResource (the relationships of the sequence or document) and
 //   IXpsOMPrintTicketResource::GetStream (the ticket's bytes);
-// - a relationship whose target part is missing: OPC_E_NO_SUCH_PART;
+// - a relationship whose target part is missing: OPC_E_NO_SUCH_PART; a document or page referred to
+//   twice: XPS_E_MULTIPLE_REFERENCES_TO_PART;
 // - markup that is not well-formed XML, has a DTD, or lacks a required element or attribute:
 //   XPS_E_INVALID_MARKUP (OPC_E_INVALID_RELS_XML and OPC_E_INVALID_CONTENT_TYPE_XML for the
 //   packaging parts);
@@ -144,7 +145,8 @@ struct IXpsOMObjectFactory : IUnknown {
     virtual HRESULT CreatePackageFromStream(IStream* stream, BOOL reuseObjects, IXpsOMPackage** package) = 0;
 };
 
-inline constexpr CLSID CLSID_XpsOMObjectFactory = {0xE974D26D, 0x3D9B, 0x4D47, {0x88, 0xCC, 0x38, 0x72, 0xF2, 0xDC, 0x35, 0x85}};
+inline constexpr CLSID CLSID_XpsOMObjectFactory = {
+    0xE974D26D, 0x3D9B, 0x4D47, {0x88, 0xCC, 0x38, 0x72, 0xF2, 0xDC, 0x35, 0x85}};
 inline constexpr const IID& IID_IXpsOMObjectFactory = IXpsOMObjectFactory::iid;
 inline constexpr const IID& IID_IXpsOMPackage = IXpsOMPackage::iid;
 inline constexpr const IID& IID_IXpsOMDocumentSequence = IXpsOMDocumentSequence::iid;

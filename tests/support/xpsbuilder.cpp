@@ -79,20 +79,20 @@ struct ZipArchive {
 
 }  // namespace
 
-XpsJobSpec XpsJobSpec::Pages(size_t documents, size_t pagesPerDocument, float width, float height)
+XpsJobPlan XpsJobPlan::Pages(size_t documents, size_t pagesPerDocument, float width, float height)
 {
-    XpsJobSpec spec;
+    XpsJobPlan plan;
     for (size_t d = 0; d < documents; ++d) {
-        XpsDocumentSpec document;
+        XpsDocumentPlan document;
         for (size_t p = 0; p < pagesPerDocument; ++p) {
-            XpsPageSpec page;
+            XpsPagePlan page;
             page.width = width;
             page.height = height;
             document.pages.push_back(page);
         }
-        spec.documents.push_back(document);
+        plan.documents.push_back(document);
     }
-    return spec;
+    return plan;
 }
 
 std::string XpsPageItem(size_t document, size_t page)
@@ -100,7 +100,10 @@ std::string XpsPageItem(size_t document, size_t page)
     return "Documents/" + std::to_string(document + 1) + "/Pages/" + std::to_string(page + 1) + ".fpage";
 }
 
-std::string XpsDocumentItem(size_t document) { return "Documents/" + std::to_string(document + 1) + "/FixedDocument.fdoc"; }
+std::string XpsDocumentItem(size_t document)
+{
+    return "Documents/" + std::to_string(document + 1) + "/FixedDocument.fdoc";
+}
 
 std::string SampleTicket(const std::string& marker)
 {
@@ -117,10 +120,10 @@ std::string SampleTicket(const std::string& marker)
            "</psf:PrintTicket>\n";
 }
 
-ZipParts BuildXpsParts(const XpsJobSpec& spec)
+ZipParts BuildXpsParts(const XpsJobPlan& plan)
 {
-    const Flavor flavor = FlavorOf(spec.flavor);
-    const bool absolute = spec.absoluteReferences;
+    const Flavor flavor = FlavorOf(plan.flavor);
+    const bool absolute = plan.absoluteReferences;
     ZipParts parts;
     std::string overrides;
     const auto override = [&](const std::string& item, const std::string& type) {
@@ -131,25 +134,25 @@ ZipParts BuildXpsParts(const XpsJobSpec& spec)
     parts.Set("_rels/.rels", Relationships(flavor.fixedRepresentation, Reference(absolute, "", kXpsSequenceItem)));
 
     std::string sequence = std::string("<FixedDocumentSequence xmlns=\"") + flavor.ns + "\">\n";
-    for (size_t d = 0; d < spec.documents.size(); ++d) {
+    for (size_t d = 0; d < plan.documents.size(); ++d) {
         sequence += "  <DocumentReference Source=\"" + Reference(absolute, "", XpsDocumentItem(d)) + "\"/>\n";
     }
     sequence += "</FixedDocumentSequence>\n";
     parts.Set(kXpsSequenceItem, sequence);
-    if (spec.jobTicket) {
+    if (plan.jobTicket) {
         parts.Set(kXpsSequenceRelsItem, Relationships(flavor.printTicket, Reference(absolute, "", kXpsJobTicketItem)));
-        parts.Set(kXpsJobTicketItem, *spec.jobTicket);
+        parts.Set(kXpsJobTicketItem, *plan.jobTicket);
         override(kXpsJobTicketItem, ticketType);
     }
 
     std::vector<std::vector<ZipEntry>> pieces;  // per interleaved page
-    for (size_t d = 0; d < spec.documents.size(); ++d) {
-        const XpsDocumentSpec& documentSpec = spec.documents[d];
+    for (size_t d = 0; d < plan.documents.size(); ++d) {
+        const XpsDocumentPlan& documentPlan = plan.documents[d];
         const std::string folder = "Documents/" + std::to_string(d + 1);
         std::string document = std::string("<FixedDocument xmlns=\"") + flavor.ns + "\">\n";
         std::vector<ZipEntry> pages;
-        for (size_t p = 0; p < documentSpec.pages.size(); ++p) {
-            const XpsPageSpec& page = documentSpec.pages[p];
+        for (size_t p = 0; p < documentPlan.pages.size(); ++p) {
+            const XpsPagePlan& page = documentPlan.pages[p];
             const std::string item = page.name.empty() ? XpsPageItem(d, p) : folder + "/" + page.name;
             const std::string source = page.source.empty() ? Reference(absolute, folder, item) : page.source;
             document += "  <PageContent Source=\"" + source + "\"";
@@ -161,28 +164,29 @@ ZipParts BuildXpsParts(const XpsJobSpec& spec)
             }
             document += "/>\n";
             const std::string content =
-                page.content.empty() ? "  <Path Data=\"M 48,48 L 240,48 240,240 48,240 Z\" Fill=\"#FF336699\"/>\n" : page.content;
+                page.content.empty() ? "  <Path Data=\"M 48,48 L 240,48 240,240 48,240 Z\" Fill=\"#FF336699\"/>\n"
+                                     : page.content;
             pages.push_back(ZipEntry{item,
-                                     std::string("<FixedPage xmlns=\"") + flavor.ns + "\" Width=\"" + Number(page.width) +
-                                         "\" Height=\"" + Number(page.height) + "\" xml:lang=\"en-US\">\n" + content +
-                                         "</FixedPage>\n",
+                                     std::string("<FixedPage xmlns=\"") + flavor.ns + "\" Width=\"" +
+                                         Number(page.width) + "\" Height=\"" + Number(page.height) +
+                                         "\" xml:lang=\"en-US\">\n" + content + "</FixedPage>\n",
                                      true});
         }
         document += "</FixedDocument>\n";
         parts.Set(XpsDocumentItem(d), document);
-        if (documentSpec.ticket) {
+        if (documentPlan.ticket) {
             const std::string ticketItem = folder + "/Metadata/Document_PT.xml";
             parts.Set(folder + "/_rels/FixedDocument.fdoc.rels",
                       Relationships(flavor.printTicket, Reference(absolute, folder, ticketItem)));
-            parts.Set(ticketItem, *documentSpec.ticket);
+            parts.Set(ticketItem, *documentPlan.ticket);
             override(ticketItem, ticketType);
         }
         for (auto& page : pages) {
-            if (spec.interleaveBytes == 0) {
+            if (plan.interleaveBytes == 0) {
                 parts.entries.push_back(std::move(page));
                 continue;
             }
-            const auto split = Pieces(page.data, spec.interleaveBytes);
+            const auto split = Pieces(page.data, plan.interleaveBytes);
             std::vector<ZipEntry> entries;
             for (size_t i = 0; i < split.size(); ++i) {
                 const std::string suffix = i + 1 == split.size() ? "].last.piece" : "].piece";
@@ -204,7 +208,7 @@ ZipParts BuildXpsParts(const XpsJobSpec& spec)
             break;
         }
     }
-    for (const auto& extra : spec.extraParts) {
+    for (const auto& extra : plan.extraParts) {
         parts.Set(extra.name, extra.data, extra.deflate);
         override(extra.name, extra.contentType);
     }
@@ -220,7 +224,10 @@ ZipParts BuildXpsParts(const XpsJobSpec& spec)
     return parts;
 }
 
-std::string BuildXps(const XpsJobSpec& spec) { return BuildXpsParts(spec).Zip(); }
+std::string BuildXps(const XpsJobPlan& plan)
+{
+    return BuildXpsParts(plan).Zip();
+}
 
 ZipEntry* ZipParts::Find(const std::string& name)
 {
@@ -280,8 +287,8 @@ std::string ZipParts::Zip() const
     for (const auto& entry : entries) {
         zip_source_t* data = zip_source_buffer(zip, entry.data.data(), entry.data.size(), 0);
         const zip_int64_t index = data == nullptr ? -1 : zip_file_add(zip, entry.name.c_str(), data, ZIP_FL_ENC_UTF_8);
-        if (index < 0 ||
-            zip_set_file_compression(zip, static_cast<zip_uint64_t>(index), entry.deflate ? ZIP_CM_DEFLATE : ZIP_CM_STORE, 0) != 0) {
+        if (index < 0 || zip_set_file_compression(zip, static_cast<zip_uint64_t>(index),
+                                                  entry.deflate ? ZIP_CM_DEFLATE : ZIP_CM_STORE, 0) != 0) {
             zip_discard(zip);
             zip_source_free(buffer);
             throw std::runtime_error("cannot add " + entry.name);

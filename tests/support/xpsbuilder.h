@@ -17,8 +17,8 @@ namespace testsupport {
 
 enum class XpsFlavor { Xps, OpenXps };
 
-struct XpsPageSpec {
-    float width = 816;    // 1/96 inch: 8.5 x 11 in
+struct XpsPagePlan {
+    float width = 816;  // 1/96 inch: 8.5 x 11 in
     float height = 1056;
     // PageContent Width and Height in the document, when given.
     std::optional<float> advisoryWidth;
@@ -31,28 +31,28 @@ struct XpsPageSpec {
     std::string source;
 };
 
-struct XpsDocumentSpec {
-    std::vector<XpsPageSpec> pages;
+struct XpsDocumentPlan {
+    std::vector<XpsPagePlan> pages;
     std::optional<std::string> ticket;  // a document-level print ticket's XML text
 };
 
-struct XpsPartSpec {
+struct XpsExtraPart {
     std::string name;  // item name, "Resources/image.jpg"
     std::string data;
     std::string contentType;
     bool deflate = false;
 };
 
-struct XpsJobSpec {
+struct XpsJobPlan {
     XpsFlavor flavor = XpsFlavor::Xps;
-    std::vector<XpsDocumentSpec> documents;
+    std::vector<XpsDocumentPlan> documents;
     std::optional<std::string> jobTicket;  // the sequence's print ticket's XML text
     bool absoluteReferences = false;       // "/Documents/1/Pages/1.fpage" rather than "Pages/1.fpage"
     size_t interleaveBytes = 0;            // > 0: page parts stored as pieces of this size, interleaved
-    std::vector<XpsPartSpec> extraParts;
+    std::vector<XpsExtraPart> extraParts;
 
     // documents x pages, every page width x height.
-    static XpsJobSpec Pages(size_t documents, size_t pagesPerDocument, float width = 816, float height = 1056);
+    static XpsJobPlan Pages(size_t documents, size_t pagesPerDocument, float width = 816, float height = 1056);
 };
 
 struct ZipEntry {
@@ -75,12 +75,12 @@ public:
     void WriteTo(const std::filesystem::path& file) const;
 };
 
-ZipParts BuildXpsParts(const XpsJobSpec& spec);
-std::string BuildXps(const XpsJobSpec& spec);
+ZipParts BuildXpsParts(const XpsJobPlan& plan);
+std::string BuildXps(const XpsJobPlan& plan);
 
 // The standard item names the builder uses.
 std::string XpsPageItem(size_t document, size_t page);  // "Documents/1/Pages/1.fpage", from 0-based indexes
-std::string XpsDocumentItem(size_t document);            // "Documents/1/FixedDocument.fdoc"
+std::string XpsDocumentItem(size_t document);           // "Documents/1/FixedDocument.fdoc"
 inline const std::string kXpsSequenceItem = "FixedDocumentSequence.fdseq";
 inline const std::string kXpsJobTicketItem = "Metadata/Job_PT.xml";
 inline const std::string kXpsSequenceRelsItem = "_rels/FixedDocumentSequence.fdseq.rels";

@@ -8,7 +8,10 @@
 namespace platform::xps {
 namespace {
 
-bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool IsSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 std::string_view LocalNameOf(std::string_view qualifiedName)
 {

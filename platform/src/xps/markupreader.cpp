@@ -22,8 +22,14 @@ struct ReadState {
     int depth = 0;
 };
 
-xmlParserCtxtPtr ContextOf(void* ctx) { return static_cast<xmlParserCtxtPtr>(ctx); }
-ReadState& StateOf(void* ctx) { return *static_cast<ReadState*>(ContextOf(ctx)->_private); }
+xmlParserCtxtPtr ContextOf(void* ctx)
+{
+    return static_cast<xmlParserCtxtPtr>(ctx);
+}
+ReadState& StateOf(void* ctx)
+{
+    return *static_cast<ReadState*>(ContextOf(ctx)->_private);
+}
 
 void Stop(void* ctx, HRESULT failure)
 {
@@ -72,8 +78,8 @@ void OnStartElement(void* ctx, const xmlChar* localName, const xmlChar*, const x
         list.reserve(static_cast<size_t>(attributeCount));
         for (int i = 0; i < attributeCount; ++i) {
             const xmlChar** attribute = attributes + 5 * i;  // local name, prefix, URI, value, value end
-            list.push_back(
-                MarkupAttribute{ViewOf(attribute[2]), ViewOf(attribute[0]), AttributeValue(attribute[3], attribute[4])});
+            list.push_back(MarkupAttribute{ViewOf(attribute[2]), ViewOf(attribute[0]),
+                                           AttributeValue(attribute[3], attribute[4])});
         }
         hr = state.handler->StartElement(state.depth - 1, ViewOf(uri), ViewOf(localName), list);
     } catch (const XpsFailure& failure) {
@@ -88,10 +94,16 @@ void OnStartElement(void* ctx, const xmlChar* localName, const xmlChar*, const x
     }
 }
 
-void OnEndElement(void* ctx, const xmlChar*, const xmlChar*, const xmlChar*) { --StateOf(ctx).depth; }
+void OnEndElement(void* ctx, const xmlChar*, const xmlChar*, const xmlChar*)
+{
+    --StateOf(ctx).depth;
+}
 
 // Neither XPS nor OPC markup may carry a document type declaration.
-void OnInternalSubset(void* ctx, const xmlChar*, const xmlChar*, const xmlChar*) { Stop(ctx, StateOf(ctx).markupError); }
+void OnInternalSubset(void* ctx, const xmlChar*, const xmlChar*, const xmlChar*)
+{
+    Stop(ctx, StateOf(ctx).markupError);
+}
 
 xmlParserInputPtr OnResolveEntity(void* ctx, const xmlChar*, const xmlChar*)
 {

@@ -17,9 +17,18 @@ namespace {
 
 constexpr std::string_view kContentTypesItem = "[Content_Types].xml";
 
-std::uint16_t Le16(const unsigned char* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
-std::uint32_t Le32(const unsigned char* p) { return static_cast<std::uint32_t>(Le16(p)) | (static_cast<std::uint32_t>(Le16(p + 2)) << 16); }
-std::uint64_t Le64(const unsigned char* p) { return static_cast<std::uint64_t>(Le32(p)) | (static_cast<std::uint64_t>(Le32(p + 4)) << 32); }
+std::uint16_t Le16(const unsigned char* p)
+{
+    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
+}
+std::uint32_t Le32(const unsigned char* p)
+{
+    return static_cast<std::uint32_t>(Le16(p)) | (static_cast<std::uint32_t>(Le16(p + 2)) << 16);
+}
+std::uint64_t Le64(const unsigned char* p)
+{
+    return static_cast<std::uint64_t>(Le32(p)) | (static_cast<std::uint64_t>(Le32(p + 4)) << 32);
+}
 
 HRESULT OpenErrorOf(const zip_error_t* error, const SourceStatus& status)
 {
@@ -129,10 +138,11 @@ std::optional<std::pair<unsigned long, bool>> PieceOf(std::string_view segment)
     return std::nullopt;
 }
 
+// Keeps only what can apply to a part of this archive, so that a hostile list costs no memory.
 class ContentTypesReader : public MarkupHandler {
 public:
-    ContentTypesReader(std::map<std::string, std::string>& defaults, std::map<std::string, std::string>& overrides)
-        : defaults_(defaults), overrides_(overrides)
+    ContentTypesReader(const std::map<std::string, PartEntry>& parts, const std::set<std::string>& extensions)
+        : parts_(parts), extensions_(extensions)
     {
     }
 
@@ -151,7 +161,10 @@ public:
             if (extension == nullptr || type == nullptr) {
                 return OPC_E_INVALID_CONTENT_TYPE_XML;
             }
-            defaults_[PartKey(*extension)] = *type;
+            std::string key = PartKey(*extension);
+            if (extensions_.count(key) != 0) {
+                defaults[std::move(key)] = *type;
+            }
             return S_OK;
         }
         if (localName == "Override") {
@@ -159,21 +172,27 @@ public:
             if (partName == nullptr || type == nullptr || partName->empty() || partName->front() != '/') {
                 return OPC_E_INVALID_CONTENT_TYPE_XML;
             }
-            overrides_[PartKey(*partName)] = *type;
+            std::string key = PartKey(*partName);
+            if (parts_.count(key) != 0) {
+                overrides[std::move(key)] = *type;
+            }
             return S_OK;
         }
         return OPC_E_INVALID_CONTENT_TYPE_XML;
     }
 
+    std::map<std::string, std::string> defaults;
+    std::map<std::string, std::string> overrides;
+
 private:
-    std::map<std::string, std::string>& defaults_;
-    std::map<std::string, std::string>& overrides_;
+    const std::map<std::string, PartEntry>& parts_;
+    const std::set<std::string>& extensions_;
 };
 
 class RelationshipsReader : public MarkupHandler {
 public:
-    RelationshipsReader(std::string_view source, std::vector<Relationship>& relationships)
-        : source_(source), relationships_(relationships)
+    RelationshipsReader(std::string_view source, const std::vector<std::string_view>& types)
+        : source_(source), types_(types)
     {
     }
 
@@ -193,19 +212,30 @@ public:
         if (id == nullptr || type == nullptr || target == nullptr) {
             return OPC_E_INVALID_RELS_XML;
         }
+        if (mode != nullptr && *mode != "Internal" && *mode != "External") {
+            return OPC_E_INVALID_RELS_XML;
+        }
+        const bool wanted = std::any_of(types_.begin(), types_.end(), [&](std::string_view wantedType) {
+            return EqualsIgnoringAsciiCase(*type, wantedType);
+        });
+        if (!wanted) {
+            return S_OK;
+        }
         Relationship relationship{*type, std::nullopt};
         if (mode == nullptr || *mode == "Internal") {
             relationship.target = ResolvePartReference(source_, *target);
-        } else if (*mode != "External") {
-            return OPC_E_INVALID_RELS_XML;
         }
-        relationships_.push_back(std::move(relationship));
-        return S_OK;
+        relationships.push_back(std::move(relationship));
+        return relationships.size() > 1 ? kEnough : S_OK;
     }
+
+    // Stops the reading once a second relationship of the types is found; not a failure.
+    static constexpr HRESULT kEnough = _HRESULT_TYPEDEF_(0x8000FFFEL);
+    std::vector<Relationship> relationships;
 
 private:
     std::string_view source_;
-    std::vector<Relationship>& relationships_;
+    const std::vector<std::string_view>& types_;
 };
 
 }  // namespace
@@ -309,10 +339,12 @@ void PackageArchive::Index()
             continue;
         }
         const size_t slash = name.rfind('/');
-        const auto piece = slash == std::string_view::npos || slash == 0 ? std::nullopt : PieceOf(name.substr(slash + 1));
+        const auto piece =
+            slash == std::string_view::npos || slash == 0 ? std::nullopt : PieceOf(name.substr(slash + 1));
         const std::string partName = "/" + std::string(piece ? name.substr(0, slash) : name);
         const std::string key = PartKey(partName);
         keys[index] = key;
+        extensions_.insert(ExtensionOf(partName));
         auto [entry, added] = parts_.try_emplace(key);
         if (!added && (!piece || !entry->second.interleaved)) {
             Fail(OPC_E_DUPLICATE_PART);
@@ -334,7 +366,8 @@ void PackageArchive::Index()
         std::sort(list.begin(), list.end(), [](const Piece& a, const Piece& b) { return a.number < b.number; });
         for (size_t i = 0; i < list.size(); ++i) {
             if (list[i].number != i) {
-                entry.defect = i > 0 && list[i].number == list[i - 1].number ? OPC_E_INVALID_PIECE : OPC_E_MISSING_PIECE;
+                entry.defect =
+                    i > 0 && list[i].number == list[i - 1].number ? OPC_E_INVALID_PIECE : OPC_E_MISSING_PIECE;
             } else if (list[i].last != (i + 1 == list.size())) {
                 entry.defect = list[i].last ? OPC_E_INVALID_PIECE : OPC_E_MISSING_PIECE;
             }
@@ -369,12 +402,10 @@ void PackageArchive::LoadContentTypes()
     if (!contentTypesItem_) {
         Fail(OPC_E_MISSING_CONTENT_TYPES);
     }
-    std::map<std::string, std::string> defaults;
-    std::map<std::string, std::string> overrides;
-    ContentTypesReader reader(defaults, overrides);
+    ContentTypesReader reader(parts_, extensions_);
     ReadMarkupOf(*contentTypesItem_, reader, OPC_E_INVALID_CONTENT_TYPE_XML);
-    defaults_ = std::move(defaults);
-    overrides_ = std::move(overrides);
+    defaults_ = std::move(reader.defaults);
+    overrides_ = std::move(reader.overrides);
     contentTypesLoaded_ = true;
 }
 
@@ -396,15 +427,22 @@ void PackageArchive::RequireContentType(const PartEntry& part, std::string_view 
     }
 }
 
-std::vector<Relationship> PackageArchive::RelationshipsOf(std::string_view sourcePart)
+std::vector<Relationship> PackageArchive::RelationshipsOf(std::string_view sourcePart,
+                                                          std::vector<std::string_view> types)
 {
-    std::vector<Relationship> relationships;
     const PartEntry* part = Find(RelationshipsPartOf(sourcePart));
-    if (part != nullptr) {
-        RelationshipsReader reader(sourcePart, relationships);
-        ReadMarkupOf(*part, reader, OPC_E_INVALID_RELS_XML);
+    if (part == nullptr) {
+        return {};
     }
-    return relationships;
+    RelationshipsReader reader(sourcePart, types);
+    try {
+        ReadMarkupOf(*part, reader, OPC_E_INVALID_RELS_XML);
+    } catch (const XpsFailure& failure) {
+        if (failure.hr != RelationshipsReader::kEnough) {
+            throw;
+        }
+    }
+    return std::move(reader.relationships);
 }
 
 std::string PackageArchive::ReadAll(const PartEntry& part) const
@@ -485,7 +523,10 @@ PartReader::PartReader(const PackageArchive& archive, const PartEntry& part) : a
     }
 }
 
-PartReader::~PartReader() { CloseItem(); }
+PartReader::~PartReader()
+{
+    CloseItem();
+}
 
 void PartReader::CloseItem()
 {

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <map>
+#include <set>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,23 +29,23 @@ inline constexpr zip_uint64_t kMaxDeflateRatio = 1032;
 inline constexpr zip_int64_t kMaxArchiveEntries = 200000;
 
 struct PartEntry {
-    std::string name;                  // the part name, "/Documents/1/FixedDocument.fdoc"
-    std::string itemName;              // the ZIP item name that holds it (for pieces, their common prefix)
-    std::vector<zip_uint64_t> items;   // the archive entries with its data, in order
+    std::string name;                 // the part name, "/Documents/1/FixedDocument.fdoc"
+    std::string itemName;             // the ZIP item name that holds it (for pieces, their common prefix)
+    std::vector<zip_uint64_t> items;  // the archive entries with its data, in order
     bool interleaved = false;
-    HRESULT defect = S_OK;             // a piece missing, doubled or out of place
+    HRESULT defect = S_OK;  // a piece missing, doubled or out of place
 };
 
 struct Relationship {
     std::string type;
-    std::optional<std::string> target;  // the part it designates; none for an external target
+    std::optional<std::string> target;  // the part it names; none for an external target
 };
 
 // What one archive entry is to the package, for writing the package again.
 struct ArchiveItem {
-    std::string rawName;        // the entry's name as stored
+    std::string rawName;              // the entry's name as stored
     const PartEntry* part = nullptr;  // null for a folder entry and for [Content_Types].xml
-    bool firstPiece = true;     // the first of its part's pieces met in the archive, or not a piece
+    bool firstPiece = true;           // the first of its part's pieces met in the archive, or not a piece
 };
 
 class PackageArchive {
@@ -60,9 +61,10 @@ public:
     // The part's content type by [Content_Types].xml, which is read on first use.
     std::string ContentTypeOf(const PartEntry& part);
     void RequireContentType(const PartEntry& part, std::string_view contentType);
-    // The relationships whose source is the part ("/" for the package); none when it has no
-    // relationships part.
-    std::vector<Relationship> RelationshipsOf(std::string_view sourcePart);
+    // The relationships of one of the types whose source is the part ("/" for the package); none
+    // when it has no relationships part. At most two: callers tell none, one and several apart.
+    std::vector<Relationship> RelationshipsOf(std::string_view sourcePart, std::vector<std::string_view> types);
+    size_t PartCount() const { return parts_.size(); }
 
     std::string ReadAll(const PartEntry& part) const;
     void ReadMarkupOf(const PartEntry& part, MarkupHandler& handler, HRESULT markupError) const;
@@ -84,6 +86,7 @@ private:
     std::shared_ptr<SourceStatus> status_;
     std::optional<std::pair<dev_t, ino_t>> sourceFile_;
     std::map<std::string, PartEntry> parts_;  // by part key
+    std::set<std::string> extensions_;        // of the part names, lower-cased
     std::vector<ArchiveItem> items_;          // by archive index
     std::optional<PartEntry> contentTypesItem_;
     bool contentTypesLoaded_ = false;

@@ -8,7 +8,7 @@
 
 namespace platform::xps {
 
-// The part that a URI reference from markup or a relationship designates, resolved against the
+// The part that a URI reference from markup or a relationship names, resolved against the
 // part that holds the reference ("/" for the package); nothing for an absolute URI with a scheme, a
 // network path, or a path that climbs above the package root.
 std::optional<std::string> ResolvePartReference(std::string_view base, std::string_view reference);

@@ -39,15 +39,11 @@ HRESULT PrintTicketResource::GetStream(IStream** stream)
     });
 }
 
-ComPtr<PrintTicketResource> LoadPrintTicket(PackageArchive& archive, const ArchivePtr& owner, std::string_view sourcePart,
-                                            HRESULT multipleTickets)
+ComPtr<PrintTicketResource> LoadPrintTicket(PackageArchive& archive, const ArchivePtr& owner,
+                                            std::string_view sourcePart, HRESULT multipleTickets)
 {
     std::optional<Relationship> ticket;
-    for (auto& relationship : archive.RelationshipsOf(sourcePart)) {
-        if (!EqualsIgnoringAsciiCase(relationship.type, kXpsPrintTicket) &&
-            !EqualsIgnoringAsciiCase(relationship.type, kOpenXpsPrintTicket)) {
-            continue;
-        }
+    for (auto& relationship : archive.RelationshipsOf(sourcePart, {kXpsPrintTicket, kOpenXpsPrintTicket})) {
         if (ticket) {
             Fail(multipleTickets);
         }

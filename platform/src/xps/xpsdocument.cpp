@@ -1,3 +1,5 @@
+#include <set>
+
 #include "xps/markupeditor.h"
 #include "xps/markupreader.h"
 #include "xps/partname.h"
@@ -33,6 +35,8 @@ std::optional<FLOAT> AdvisoryDimension(const std::string* text, HRESULT& failure
 
 class FixedDocumentReader : public MarkupHandler {
 public:
+    explicit FixedDocumentReader(size_t partCount) : partCount_(partCount) {}
+
     HRESULT StartElement(int depth, std::string_view uri, std::string_view localName,
                          const std::vector<MarkupAttribute>& attributes) override
     {
@@ -54,6 +58,10 @@ public:
         if (!width || !height) {
             return failure;
         }
+        // More references than the archive has parts cannot all name a page of their own.
+        if (pages.size() == partCount_) {
+            return XPS_E_MULTIPLE_REFERENCES_TO_PART;
+        }
         pages.push_back(PageContent{*source, XPS_SIZE{*width, *height}, ordinal});
         return S_OK;
     }
@@ -61,6 +69,7 @@ public:
     std::vector<PageContent> pages;
 
 private:
+    size_t partCount_;
     size_t ordinals_ = 0;
 };
 
@@ -68,15 +77,19 @@ private:
 
 void Document::LoadPages()
 {
-    FixedDocumentReader reader;
+    FixedDocumentReader reader(archive_->PartCount());
     archive_->ReadMarkupOf(part_, reader, XPS_E_INVALID_MARKUP);
     std::vector<ComPtr<PageReference>> references;
     references.reserve(reader.pages.size());
+    std::set<const PartEntry*> referred;
     for (const auto& content : reader.pages) {
         const auto name = ResolvePartReference(part_.name, content.source);
         const PartEntry* page = name ? archive_->Find(*name) : nullptr;
         if (page == nullptr) {
             Fail(XPS_E_MISSING_REFERRED_PAGE);
+        }
+        if (!referred.insert(page).second) {
+            Fail(XPS_E_MULTIPLE_REFERENCES_TO_PART);
         }
         archive_->RequireContentType(*page, kPageContentType);
         references.push_back(MakeObject<PageReference>(archive_, *page, content.advisory, content.ordinal));

@@ -1,3 +1,5 @@
+#include <set>
+
 #include "xps/markupreader.h"
 #include "xps/partname.h"
 #include "xps/xpsfailure.h"
@@ -9,6 +11,8 @@ namespace {
 
 class FixedDocumentSequenceReader : public MarkupHandler {
 public:
+    explicit FixedDocumentSequenceReader(size_t partCount) : partCount_(partCount) {}
+
     HRESULT StartElement(int depth, std::string_view uri, std::string_view localName,
                          const std::vector<MarkupAttribute>& attributes) override
     {
@@ -22,21 +26,23 @@ public:
         if (source == nullptr) {
             return XPS_E_INVALID_MARKUP;
         }
+        if (sources.size() == partCount_) {
+            return XPS_E_MULTIPLE_REFERENCES_TO_PART;
+        }
         sources.push_back(*source);
         return S_OK;
     }
 
     std::vector<std::string> sources;
+
+private:
+    size_t partCount_;
 };
 
 const PartEntry& SequencePart(PackageArchive& archive)
 {
     std::optional<Relationship> representation;
-    for (auto& relationship : archive.RelationshipsOf("/")) {
-        if (!EqualsIgnoringAsciiCase(relationship.type, kXpsFixedRepresentation) &&
-            !EqualsIgnoringAsciiCase(relationship.type, kOpenXpsFixedRepresentation)) {
-            continue;
-        }
+    for (auto& relationship : archive.RelationshipsOf("/", {kXpsFixedRepresentation, kOpenXpsFixedRepresentation})) {
         if (representation) {
             Fail(XPS_E_MULTIPLE_DOCUMENTSEQUENCE_RELATIONSHIPS);
         }
@@ -58,16 +64,20 @@ const PartEntry& SequencePart(PackageArchive& archive)
 ComPtr<DocumentSequence> LoadDocumentSequence(const ArchivePtr& archive)
 {
     const PartEntry& part = SequencePart(*archive);
-    FixedDocumentSequenceReader reader;
+    FixedDocumentSequenceReader reader(archive->PartCount());
     archive->ReadMarkupOf(part, reader, XPS_E_INVALID_MARKUP);
     // The documents are found now; each reads its own markup when asked for its pages.
     std::vector<ComPtr<Document>> documents;
     documents.reserve(reader.sources.size());
+    std::set<const PartEntry*> referred;
     for (const auto& source : reader.sources) {
         const auto name = ResolvePartReference(part.name, source);
         const PartEntry* document = name ? archive->Find(*name) : nullptr;
         if (document == nullptr) {
             Fail(XPS_E_MISSING_REFERRED_DOCUMENT);
+        }
+        if (!referred.insert(document).second) {
+            Fail(XPS_E_MULTIPLE_REFERENCES_TO_PART);
         }
         archive->RequireContentType(*document, kDocumentContentType);
         documents.push_back(MakeObject<Document>(archive, *document));

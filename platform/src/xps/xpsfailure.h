@@ -8,18 +8,21 @@
 namespace platform::xps {
 
 // Win32 errors that the stand-in reports and that winerror.h has no name for yet.
-inline constexpr DWORD kErrorWriteProtect = 19;       // ERROR_WRITE_PROTECT
-inline constexpr DWORD kErrorGenFailure = 31;         // ERROR_GEN_FAILURE
-inline constexpr DWORD kErrorSharingViolation = 32;   // ERROR_SHARING_VIOLATION
-inline constexpr DWORD kErrorDiskFull = 112;          // ERROR_DISK_FULL
-inline constexpr DWORD kErrorFilenameTooLong = 206;   // ERROR_FILENAME_EXCED_RANGE
-inline constexpr DWORD kErrorFileTooLarge = 223;      // ERROR_FILE_TOO_LARGE
+inline constexpr DWORD kErrorWriteProtect = 19;      // ERROR_WRITE_PROTECT
+inline constexpr DWORD kErrorGenFailure = 31;        // ERROR_GEN_FAILURE
+inline constexpr DWORD kErrorSharingViolation = 32;  // ERROR_SHARING_VIOLATION
+inline constexpr DWORD kErrorDiskFull = 112;         // ERROR_DISK_FULL
+inline constexpr DWORD kErrorFilenameTooLong = 206;  // ERROR_FILENAME_EXCED_RANGE
+inline constexpr DWORD kErrorFileTooLarge = 223;     // ERROR_FILE_TOO_LARGE
 
 struct XpsFailure {
     HRESULT hr;
 };
 
-[[noreturn]] inline void Fail(HRESULT hr) { throw XpsFailure{hr}; }
+[[noreturn]] inline void Fail(HRESULT hr)
+{
+    throw XpsFailure{hr};
+}
 
 inline void ThrowIfFailed(HRESULT hr)
 {

@@ -54,8 +54,8 @@ private:
 };
 
 // The print ticket that the part's relationships name, or null; throws XpsFailure.
-ComPtr<PrintTicketResource> LoadPrintTicket(PackageArchive& archive, const ArchivePtr& owner, std::string_view sourcePart,
-                                            HRESULT multipleTickets);
+ComPtr<PrintTicketResource> LoadPrintTicket(PackageArchive& archive, const ArchivePtr& owner,
+                                            std::string_view sourcePart, HRESULT multipleTickets);
 
 class Page final : public ComObject<Page, IXpsOMPage> {
 public:

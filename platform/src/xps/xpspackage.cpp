@@ -36,7 +36,10 @@ private:
     int fd_;
 };
 
-HRESULT LastErrno() { return HRESULT_FROM_WIN32(Win32ErrorOfErrno(errno)); }
+HRESULT LastErrno()
+{
+    return HRESULT_FROM_WIN32(Win32ErrorOfErrno(errno));
+}
 
 // A file of its own in the temporary folder that disappears when closed.
 int AnonymousFile()
@@ -130,8 +133,9 @@ HRESULT Package::WriteToFile(LPCWSTR fileName, LPSECURITY_ATTRIBUTES, DWORD flag
             ::unlink(path->c_str());
             return hr;
         }
+        // A file that CreateFileW makes carries the archive bit beside what it was asked for.
         const DWORD attributes = flagsAndAttributes & kAttributeBits & ~FILE_ATTRIBUTE_NORMAL;
-        if (attributes != 0 && !::SetFileAttributesW(fileName, attributes)) {
+        if (attributes != 0 && !::SetFileAttributesW(fileName, attributes | FILE_ATTRIBUTE_ARCHIVE)) {
             return HRESULT_FROM_WIN32(::GetLastError());
         }
         return S_OK;
