@@ -1,9 +1,10 @@
 // The MSXML 6 DOM stand-in answers as MSXML does: exact HRESULTs, XPath 1.0 with the namespace
 // axis over Print Schema tickets, safe loading, and edits that show in the markup.
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -55,32 +56,14 @@ public:
     Variant() { VariantInit(&value_); }
     static Variant Text(const std::wstring& text)
     {
-        Variant v;
-        v.value_.vt = VT_BSTR;
-        v.value_.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-        return v;
+        return Make(VT_BSTR, [&](VARIANT& v) { v.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size())); });
     }
-    static Variant Int(LONG number)
-    {
-        Variant v;
-        v.value_.vt = VT_I4;
-        v.value_.lVal = number;
-        return v;
-    }
-    static Variant Bool(bool flag)
-    {
-        Variant v;
-        v.value_.vt = VT_BOOL;
-        v.value_.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
-        return v;
-    }
+    static Variant Int(LONG number) { return Make(VT_I4, [&](VARIANT& v) { v.lVal = number; }); }
+    static Variant Bool(bool flag) { return Make(VT_BOOL, [&](VARIANT& v) { v.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE; }); }
     static Variant Unknown(IUnknown* object)
     {
-        Variant v;
-        v.value_.vt = VT_UNKNOWN;
-        v.value_.punkVal = object;
         object->AddRef();
-        return v;
+        return Make(VT_UNKNOWN, [&](VARIANT& v) { v.punkVal = object; });
     }
     Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
     ~Variant() { VariantClear(&value_); }
@@ -94,8 +77,17 @@ public:
         return &value_;
     }
     const VARIANT& Get() const { return value_; }
+    std::wstring Text() const { return value_.vt == VT_BSTR ? std::wstring(value_.bstrVal) : std::wstring(); }
 
 private:
+    template <class Fill>
+    static Variant Make(VARTYPE type, Fill fill)
+    {
+        Variant v;
+        v.value_.vt = type;
+        fill(v.value_);
+        return v;
+    }
     VARIANT value_;
 };
 
@@ -145,15 +137,67 @@ std::wstring ParameterQuery(const std::wstring& parameter, const std::wstring& u
            uri + L"'])=substring-before(@name,':')]/psf:Value";
 }
 
+std::wstring FeatureQuery(const std::wstring& feature, const std::wstring& uri)
+{
+    return L"psf:PrintTicket/psf:Feature[substring-after(@name,':')='" + feature + L"'][name(namespace::*[.='" + uri +
+           L"'])=substring-before(@name,':')]";
+}
+
+// A stream holding the bytes, positioned at its start.
+ComPtr<IStream> StreamOf(const std::string& bytes)
+{
+    ComPtr<IStream> stream;
+    EXPECT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
+    EXPECT_EQ(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr), S_OK);
+    EXPECT_EQ(stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr), S_OK);
+    return stream;
+}
+
+ComPtr<IXMLDOMDocument2> NewDocument()
+{
+    ComPtr<IXMLDOMDocument2> doc;
+    EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument2,
+                               reinterpret_cast<void**>(doc.GetAddressOf())),
+              S_OK);
+    return doc;
+}
+
+// A text a getter hands out, checking the HRESULT it answers.
+template <class Node, class Getter>
+std::wstring Read(Node* node, Getter get, HRESULT expected = S_OK)
+{
+    Bstr text;
+    EXPECT_EQ((node->*get)(text.Out()), expected);
+    return text.Text();
+}
+
+std::wstring NameOf(IXMLDOMNode* node) { return Read(node, &IXMLDOMNode::get_nodeName); }
+std::wstring TextOf(IXMLDOMNode* node) { return Read(node, &IXMLDOMNode::get_text); }
+std::wstring XmlOf(IXMLDOMNode* node) { return Read(node, &IXMLDOMNode::get_xml); }
+
+DOMNodeType TypeOf(IXMLDOMNode* node)
+{
+    DOMNodeType type = NODE_INVALID;
+    EXPECT_EQ(node->get_nodeType(&type), S_OK);
+    return type;
+}
+
+template <class List>
+long LengthOf(List* list)
+{
+    long length = -1;
+    EXPECT_EQ(list->get_length(&length), S_OK);
+    return length;
+}
+
 class Dom : public testing::Test {
 protected:
     void SetUp() override
     {
         testsupport::TestMachine::Get();
         ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
-        ASSERT_EQ(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument2,
-                                   reinterpret_cast<void**>(doc_.GetAddressOf())),
-                  S_OK);
+        doc_ = NewDocument();
+        ASSERT_TRUE(doc_);
     }
     void TearDown() override
     {
@@ -177,31 +221,27 @@ protected:
         ASSERT_EQ(ok, VARIANT_TRUE);
         ASSERT_EQ(doc_->setProperty(Bstr(L"SelectionNamespaces"), Variant::Text(L"xmlns:psf='" + kPsf + L"'")), S_OK);
     }
-    ComPtr<IXMLDOMNode> Select(const std::wstring& query, IXMLDOMNode* context = nullptr)
+    // The first node the query selects; expected is S_FALSE when it selects none.
+    ComPtr<IXMLDOMNode> Select(const std::wstring& query, IXMLDOMNode* context = nullptr, HRESULT expected = S_OK)
     {
         ComPtr<IXMLDOMNode> node;
         const HRESULT hr = (context != nullptr ? context : doc_.Get())->selectSingleNode(Bstr(query), &node);
-        EXPECT_EQ(hr, S_OK) << "query " << platform::ToUtf8(query);
+        EXPECT_EQ(hr, expected) << "query " << platform::ToUtf8(query);
+        EXPECT_EQ(node.Get() != nullptr, hr == S_OK) << "query " << platform::ToUtf8(query);
         return node;
+    }
+    long Count(const std::wstring& query)
+    {
+        ComPtr<IXMLDOMNodeList> list;
+        EXPECT_EQ(doc_->selectNodes(Bstr(query), &list), S_OK) << platform::ToUtf8(query);
+        return list ? LengthOf(list.Get()) : -1;
     }
     static std::wstring TypedValue(IXMLDOMNode* node)
     {
         Variant value;
         EXPECT_EQ(node->get_nodeTypedValue(value.Out()), S_OK);
         EXPECT_EQ(value.Get().vt, VT_BSTR);
-        return value.Get().vt == VT_BSTR ? std::wstring(value.Get().bstrVal) : std::wstring();
-    }
-    static std::wstring TextOf(IXMLDOMNode* node)
-    {
-        Bstr text;
-        EXPECT_EQ(node->get_text(text.Out()), S_OK);
-        return text.Text();
-    }
-    static std::wstring XmlOf(IXMLDOMNode* node)
-    {
-        Bstr xml;
-        EXPECT_EQ(node->get_xml(xml.Out()), S_OK);
-        return xml.Text();
+        return value.Text();
     }
     ComPtr<IXMLDOMElement> Root()
     {
@@ -209,12 +249,29 @@ protected:
         EXPECT_EQ(doc_->get_documentElement(&root), S_OK);
         return root;
     }
+    ComPtr<IXMLDOMElement> NewElement(const std::wstring& name, const std::wstring& uri = L"")
+    {
+        ComPtr<IXMLDOMNode> node;
+        EXPECT_EQ(doc_->createNode(Variant::Int(NODE_ELEMENT), Bstr(name), Bstr(uri), &node), S_OK);
+        ComPtr<IXMLDOMElement> element;
+        EXPECT_EQ(node.As(&element), S_OK);
+        return element;
+    }
+    // Sets an attribute through createAttribute and setAttributeNode, as the ticket model does.
+    void SetAttributeNode(IXMLDOMElement* element, const std::wstring& name, const std::wstring& value)
+    {
+        ComPtr<IXMLDOMAttribute> attribute;
+        ASSERT_EQ(doc_->createAttribute(Bstr(name), &attribute), S_OK);
+        ASSERT_EQ(attribute->put_value(Variant::Text(value)), S_OK);
+        ComPtr<IXMLDOMAttribute> replaced;
+        ASSERT_EQ(element->setAttributeNode(attribute.Get(), &replaced), S_OK);
+        EXPECT_EQ(replaced.Get(), nullptr);
+    }
 
     ComPtr<IXMLDOMDocument2> doc_;
 };
 
-// ---------------------------------------------------------------------------------------------
-// Creation and identity
+// ---- creation, properties and loading
 
 TEST_F(Dom, IsServedByCoCreateInstanceWithItsInterfaceChain)
 {
@@ -225,83 +282,54 @@ TEST_F(Dom, IsServedByCoCreateInstanceWithItsInterfaceChain)
     ComPtr<IXMLDOMElement> element;
     EXPECT_EQ(doc_.As(&element), E_NOINTERFACE);
 
-    DOMNodeType type = NODE_INVALID;
-    EXPECT_EQ(doc_->get_nodeType(&type), S_OK);
-    EXPECT_EQ(type, NODE_DOCUMENT);
-    Bstr name;
-    EXPECT_EQ(doc_->get_nodeName(name.Out()), S_OK);
-    EXPECT_EQ(name.Text(), L"#document");
-    ComPtr<IXMLDOMElement> root;
-    EXPECT_EQ(doc_->get_documentElement(&root), S_FALSE) << "a new document is empty";
-    EXPECT_EQ(root.Get(), nullptr);
-    ComPtr<IXMLDOMDocument> owner;
-    EXPECT_EQ(doc_->get_ownerDocument(&owner), S_FALSE);
+    EXPECT_EQ(TypeOf(doc_.Get()), NODE_DOCUMENT);
+    EXPECT_EQ(NameOf(doc_.Get()), L"#document");
+    EXPECT_EQ(doc_->get_documentElement(&element), S_FALSE) << "a new document is empty";
+    EXPECT_EQ(element.Get(), nullptr);
+    EXPECT_EQ(doc_->get_ownerDocument(&document), S_FALSE);
 }
 
 TEST_F(Dom, PropertiesFollowMsxml6)
 {
+    const auto set = [&](const wchar_t* name, const Variant& value) { return doc_->setProperty(Bstr(name), value); };
     Variant value;
     EXPECT_EQ(doc_->getProperty(Bstr(L"SelectionLanguage"), value.Out()), S_OK);
-    EXPECT_EQ(std::wstring(value.Get().bstrVal), L"XPath");
-    EXPECT_EQ(doc_->setProperty(Bstr(L"SelectionLanguage"), Variant::Text(L"XPath")), S_OK);
-    EXPECT_EQ(doc_->setProperty(Bstr(L"SelectionLanguage"), Variant::Text(L"XSLPattern")), E_FAIL);
+    EXPECT_EQ(value.Text(), L"XPath");
+    EXPECT_EQ(set(L"SelectionLanguage", Variant::Text(L"XPath")), S_OK);
+    EXPECT_EQ(set(L"SelectionLanguage", Variant::Text(L"XSLPattern")), E_FAIL);
 
     const std::wstring namespaces = L"xmlns:psf='" + kPsf + L"' xmlns:psk=\"" + kPsk + L"\"";
-    EXPECT_EQ(doc_->setProperty(Bstr(L"SelectionNamespaces"), Variant::Text(namespaces)), S_OK);
+    EXPECT_EQ(set(L"SelectionNamespaces", Variant::Text(namespaces)), S_OK);
     EXPECT_EQ(doc_->getProperty(Bstr(L"SelectionNamespaces"), value.Out()), S_OK);
-    EXPECT_EQ(std::wstring(value.Get().bstrVal), namespaces);
-    for (const wchar_t* malformed : {L"xmlns:psf=" , L"psf='x'", L"xmlns:psf='x", L"xmlns:1a='x'", L"xmlns:a='x'xmlns:b='y'"}) {
-        EXPECT_EQ(doc_->setProperty(Bstr(L"SelectionNamespaces"), Variant::Text(malformed)), E_FAIL) << platform::ToUtf8(malformed);
+    EXPECT_EQ(value.Text(), namespaces);
+    for (const wchar_t* malformed : {L"xmlns:psf=", L"psf='x'", L"xmlns:psf='x", L"xmlns:1a='x'", L"xmlns:a='x'xmlns:b='y'"}) {
+        EXPECT_EQ(set(L"SelectionNamespaces", Variant::Text(malformed)), E_FAIL) << platform::ToUtf8(malformed);
     }
-    EXPECT_EQ(doc_->setProperty(Bstr(L"SelectionNamespaces"), Variant::Int(1)), E_INVALIDARG);
+    EXPECT_EQ(set(L"SelectionNamespaces", Variant::Int(1)), E_INVALIDARG);
 
     EXPECT_EQ(doc_->getProperty(Bstr(L"ProhibitDTD"), value.Out()), S_OK);
     EXPECT_EQ(value.Get().vt, VT_BOOL);
     EXPECT_EQ(value.Get().boolVal, VARIANT_TRUE);
     EXPECT_EQ(doc_->getProperty(Bstr(L"MaxElementDepth"), value.Out()), S_OK);
     EXPECT_EQ(value.Get().lVal, 256);
-
-    EXPECT_EQ(doc_->setProperty(Bstr(L"NoSuchProperty"), Variant::Int(1)), E_FAIL);
+    EXPECT_EQ(set(L"NoSuchProperty", Variant::Int(1)), E_FAIL);
     EXPECT_EQ(doc_->getProperty(Bstr(L"NoSuchProperty"), value.Out()), E_FAIL);
 }
 
-// ---------------------------------------------------------------------------------------------
-// Loading
-
-TEST_F(Dom, LoadsATicketFromAnIStreamReadToItsEnd)
+TEST_F(Dom, LoadsStreamsReadToTheirEndInTheEncodingTheyDeclare)
 {
-    const std::string bytes = platform::ToUtf8(kTicket);
-    ComPtr<IStream> stream;
-    ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
-    ULONG written = 0;
-    ASSERT_EQ(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written), S_OK);
-    LARGE_INTEGER start{};
-    ASSERT_EQ(stream->Seek(start, STREAM_SEEK_SET, nullptr), S_OK);
-
     VARIANT_BOOL ok = VARIANT_FALSE;
-    EXPECT_EQ(doc_->load(Variant::Unknown(stream.Get()), &ok), S_OK);
+    EXPECT_EQ(doc_->load(Variant::Unknown(StreamOf(platform::ToUtf8(kTicket)).Get()), &ok), S_OK);
     EXPECT_EQ(ok, VARIANT_TRUE);
-    Bstr tag;
-    ASSERT_EQ(Root()->get_tagName(tag.Out()), S_OK);
-    EXPECT_EQ(tag.Text(), L"psf:PrintTicket");
-}
+    EXPECT_EQ(NameOf(Root().Get()), L"psf:PrintTicket");
 
-TEST_F(Dom, LoadsAStreamInTheEncodingItDeclares)
-{
     const std::u16string utf16 = platform::ToUtf16(L"<?xml version=\"1.0\" encoding=\"UTF-16\"?><r>\u00e9\u20ac</r>");
     std::string bytes = "\xFF\xFE";
     for (char16_t unit : utf16) {
         bytes += static_cast<char>(unit & 0xFF);
         bytes += static_cast<char>(unit >> 8);
     }
-    ComPtr<IStream> stream;
-    ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
-    ASSERT_EQ(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr), S_OK);
-    LARGE_INTEGER start{};
-    ASSERT_EQ(stream->Seek(start, STREAM_SEEK_SET, nullptr), S_OK);
-    VARIANT_BOOL ok = VARIANT_FALSE;
-    EXPECT_EQ(doc_->load(Variant::Unknown(stream.Get()), &ok), S_OK);
-    EXPECT_EQ(TextOf(Root().Get()), L"\u00e9\u20ac");
+    EXPECT_EQ(doc_->load(Variant::Unknown(StreamOf(bytes).Get()), &ok), S_OK);
     EXPECT_EQ(XmlOf(Root().Get()), L"<r>\u00e9\u20ac</r>");
 
     // loadXML takes wide text: a declared encoding does not apply to it.
@@ -328,28 +356,17 @@ TEST_F(Dom, LoadsAFileOfTheMachineByItsWindowsPathButNothingElse)
 TEST_F(Dom, AFailedLoadAnswersSFalseAndLeavesTheDocumentEmpty)
 {
     LoadTicket(kTicket);
-    const struct {
-        const wchar_t* text;
-        const char* why;
-    } cases[] = {
-        {L"", "empty"},
-        {L"garbage", "no markup"},
-        {L"<a><b></a>", "mismatched tags"},
-        {L"<a/><b/>", "two document elements"},
-        {L"<a xmlns:p='urn:p'><q:b/></a>", "undeclared prefix"},
-        {L"<a>&undefined;</a>", "undefined entity"},
-    };
-    for (const auto& c : cases) {
+    for (const wchar_t* text : {L"", L"garbage", L"<a><b></a>", L"<a/><b/>", L"<a xmlns:p='urn:p'><q:b/></a>",
+                                L"<a>&undefined;</a>"}) {
+        SCOPED_TRACE(platform::ToUtf8(text));
         VARIANT_BOOL ok = VARIANT_TRUE;
-        EXPECT_EQ(LoadXml(c.text, &ok), S_FALSE) << c.why;
-        EXPECT_EQ(ok, VARIANT_FALSE) << c.why;
+        EXPECT_EQ(LoadXml(text, &ok), S_FALSE);
+        EXPECT_EQ(ok, VARIANT_FALSE);
         ComPtr<IXMLDOMElement> root;
-        EXPECT_EQ(doc_->get_documentElement(&root), S_FALSE) << c.why;
+        EXPECT_EQ(doc_->get_documentElement(&root), S_FALSE);
         ComPtr<IXMLDOMParseError> error;
         ASSERT_EQ(doc_->get_parseError(&error), S_OK);
-        Bstr reason;
-        EXPECT_EQ(error->get_reason(reason.Out()), S_OK) << c.why;
-        EXPECT_FALSE(reason.Text().empty()) << c.why;
+        EXPECT_FALSE(Read(error.Get(), &IXMLDOMParseError::get_reason).empty());
     }
     LoadTicket(kTicket);
     ComPtr<IXMLDOMParseError> error;
@@ -361,24 +378,18 @@ TEST_F(Dom, AFailedLoadAnswersSFalseAndLeavesTheDocumentEmpty)
 
 TEST_F(Dom, WhitespaceOnlyTextIsDroppedUnlessPreserved)
 {
-    LoadTicket(kTicket);
-    ComPtr<IXMLDOMNode> first;
-    ASSERT_EQ(Root()->get_firstChild(&first), S_OK);
-    DOMNodeType type = NODE_INVALID;
-    first->get_nodeType(&type);
-    EXPECT_EQ(type, NODE_ELEMENT);
-
-    ASSERT_EQ(doc_->put_preserveWhiteSpace(VARIANT_TRUE), S_OK);
-    LoadTicket(kTicket);
-    ASSERT_EQ(Root()->get_firstChild(&first), S_OK);
-    first->get_nodeType(&type);
-    EXPECT_EQ(type, NODE_TEXT);
+    for (const auto& [preserve, type] : {std::pair{VARIANT_FALSE, NODE_ELEMENT}, std::pair{VARIANT_TRUE, NODE_TEXT}}) {
+        ASSERT_EQ(doc_->put_preserveWhiteSpace(preserve), S_OK);
+        LoadTicket(kTicket);
+        ComPtr<IXMLDOMNode> first;
+        ASSERT_EQ(Root()->get_firstChild(&first), S_OK);
+        EXPECT_EQ(TypeOf(first.Get()), type);
+    }
 }
 
-// ---------------------------------------------------------------------------------------------
-// Safe parsing
+// ---- safe parsing
 
-TEST_F(Dom, ABillionLaughsDocumentIsRefusedQuickly)
+TEST_F(Dom, ABillionLaughsDocumentIsRefused)
 {
     std::wstring lol = L"<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\">";
     for (int level = 1; level <= 9; ++level) {
@@ -389,14 +400,11 @@ TEST_F(Dom, ABillionLaughsDocumentIsRefusedQuickly)
         lol += L"\">";
     }
     lol += L"]><lolz>&lol9;</lolz>";
-
     for (const bool prohibitDtd : {true, false}) {
         ASSERT_EQ(doc_->setProperty(Bstr(L"ProhibitDTD"), Variant::Bool(prohibitDtd)), S_OK);
-        const auto started = std::chrono::steady_clock::now();
         VARIANT_BOOL ok = VARIANT_TRUE;
         EXPECT_EQ(LoadXml(lol, &ok), S_FALSE) << "ProhibitDTD " << prohibitDtd;
         EXPECT_EQ(ok, VARIANT_FALSE);
-        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
     }
 }
 
@@ -408,32 +416,29 @@ TEST_F(Dom, ExternalEntitiesAndDtdsAreNeverFetched)
     const std::wstring entity = L"<!DOCTYPE r [<!ENTITY x SYSTEM \"" + url + L"\">]><r>&x;</r>";
     const std::wstring externalDtd = L"<!DOCTYPE r SYSTEM \"" + url + L"\"><r/>";
 
-    VARIANT_BOOL ok = VARIANT_TRUE;
-    EXPECT_EQ(LoadXml(entity, &ok), S_FALSE) << "MSXML 6 prohibits DTDs by default";
+    EXPECT_EQ(LoadXml(entity), S_FALSE) << "MSXML 6 prohibits DTDs by default";
     ComPtr<IXMLDOMParseError> error;
     ASSERT_EQ(doc_->get_parseError(&error), S_OK);
-    Bstr reason;
-    error->get_reason(reason.Out());
-    EXPECT_NE(reason.Text().find(L"DTD"), std::wstring::npos);
+    EXPECT_NE(Read(error.Get(), &IXMLDOMParseError::get_reason).find(L"DTD"), std::wstring::npos);
 
     ASSERT_EQ(doc_->setProperty(Bstr(L"ProhibitDTD"), Variant::Bool(false)), S_OK);
     for (const std::wstring& text : {entity, externalDtd}) {
-        EXPECT_EQ(LoadXml(text, &ok), S_OK) << "an allowed DTD loads, without what it refers to";
+        EXPECT_EQ(LoadXml(text), S_OK) << "an allowed DTD loads, without what it refers to";
         EXPECT_EQ(XmlOf(doc_.Get()).find(L"TOPSECRET"), std::wstring::npos);
         EXPECT_EQ(TextOf(doc_.Get()).find(L"TOPSECRET"), std::wstring::npos);
     }
-    EXPECT_EQ(LoadXml(L"<!DOCTYPE r [<!ENTITY e 'inner'>]><r>a&e;b</r>", &ok), S_OK);
+    EXPECT_EQ(LoadXml(L"<!DOCTYPE r [<!ENTITY e 'inner'>]><r>a&e;b</r>"), S_OK);
     EXPECT_EQ(TextOf(doc_.Get()), L"ainnerb") << "an internal entity still reads as its text";
 }
 
 TEST_F(Dom, NestingDeeperThanTheLimitIsRefused)
 {
-    const auto nested = [](int depth) {
+    const auto nested = [](std::size_t depth) {
         std::wstring text;
-        for (int i = 0; i < depth; ++i) {
+        for (std::size_t i = 0; i < depth; ++i) {
             text += L"<e>";
         }
-        for (int i = 0; i < depth; ++i) {
+        for (std::size_t i = 0; i < depth; ++i) {
             text += L"</e>";
         }
         return text;
@@ -447,62 +452,43 @@ TEST_F(Dom, NestingDeeperThanTheLimitIsRefused)
     EXPECT_EQ(doc_->setProperty(Bstr(L"MaxElementDepth"), Variant::Int(-1)), E_INVALIDARG);
 }
 
-// ---------------------------------------------------------------------------------------------
-// XPath over Print Schema tickets
+// ---- XPath over Print Schema tickets
 
 TEST_F(Dom, KeywordsAreFoundByNamespaceUriWhateverTheirPrefix)
 {
-    for (const std::wstring& ticket : {kTicket, kTicketWithOtherPrefixes}) {
-        LoadTicket(ticket);
-        ComPtr<IXMLDOMNode> option = Select(OptionQuery(L"JobInputBin", kPsk));
-        ASSERT_TRUE(option);
-        const std::wstring name = TypedValue(option.Get());
-        EXPECT_EQ(name.substr(name.find(L':') + 1), L"AutoSelect");
-        DOMNodeType type = NODE_INVALID;
-        EXPECT_EQ(option->get_nodeType(&type), S_OK);
-        EXPECT_EQ(type, NODE_ATTRIBUTE);
-
-        ComPtr<IXMLDOMNode> copies = Select(ParameterQuery(L"JobCopiesAllDocuments", kPsk));
-        ASSERT_TRUE(copies);
-        EXPECT_EQ(TypedValue(copies.Get()), L"3");
+    const std::wstring scored = FeatureQuery(L"PageMediaSize", kPsk) +
+                                L"/*/psf:ScoredProperty[substring-after(@name,':')='MediaSizeWidth'][name(namespace::*[.='" +
+                                kPsk + L"'])=substring-before(@name,':')]/psf:Value";
+    const struct {
+        const std::wstring* ticket;
+        std::wstring query;
+        const wchar_t* value;  // the typed value; null when nothing is selected
+    } cases[] = {
+        {&kTicket, OptionQuery(L"JobInputBin", kPsk), L"psk:AutoSelect"},  // the first feature is the private one
+        {&kTicket, OptionQuery(L"JobInputBin", kPrivate), L"ns0001:Roll"},
+        {&kTicket, ParameterQuery(L"JobCopiesAllDocuments", kPsk), L"3"},
+        {&kTicket, ParameterQuery(L"JobPin", kPrivate), L"12&34"},
+        {&kTicket, ParameterQuery(L"JobPin", kPsk), nullptr},
+        {&kTicket, scored, L"210000"},
+        {&kTicket, FeatureQuery(L"PageMediaSize", kPsk) + L"/psf:Option[substring-after(@name,':')='ISOA4']/@name",
+         L"psk:ISOA4"},
+        {&kTicketWithOtherPrefixes, OptionQuery(L"JobInputBin", kPsk), L"ns0002:AutoSelect"},
+        {&kTicketWithOtherPrefixes, ParameterQuery(L"JobCopiesAllDocuments", kPsk), L"3"},
+        {&kTicketWithOtherPrefixes, OptionQuery(L"JobInputBin", kPrivate), nullptr},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(platform::ToUtf8(c.query));
+        LoadTicket(*c.ticket);
+        ComPtr<IXMLDOMNode> node = Select(c.query, nullptr, c.value == nullptr ? S_FALSE : S_OK);
+        if (c.value != nullptr && node) {
+            EXPECT_EQ(TypedValue(node.Get()), c.value);
+        }
     }
-}
-
-TEST_F(Dom, AKeywordBoundToAnotherNamespaceIsNotTaken)
-{
     LoadTicket(kTicket);
-    ComPtr<IXMLDOMNode> option = Select(OptionQuery(L"JobInputBin", kPrivate));
-    ASSERT_TRUE(option);
-    EXPECT_EQ(TypedValue(option.Get()), L"ns0001:Roll");
-    option = Select(OptionQuery(L"JobInputBin", kPsk));
-    ASSERT_TRUE(option);
-    EXPECT_EQ(TypedValue(option.Get()), L"psk:AutoSelect") << "the first feature is the private one";
-
-    ComPtr<IXMLDOMNode> pin = Select(ParameterQuery(L"JobPin", kPrivate));
-    ASSERT_TRUE(pin);
-    EXPECT_EQ(TypedValue(pin.Get()), L"12&34");
-    ComPtr<IXMLDOMNode> none;
-    EXPECT_EQ(doc_->selectSingleNode(Bstr(ParameterQuery(L"JobPin", kPsk)), &none), S_FALSE);
-    EXPECT_EQ(none.Get(), nullptr);
-}
-
-TEST_F(Dom, ScoredPropertiesAndOptionPresenceAreQueried)
-{
-    LoadTicket(kTicket);
-    const std::wstring scored =
-        L"psf:PrintTicket/psf:Feature[substring-after(@name,':')='PageMediaSize'][name(namespace::*[.='" + kPsk +
-        L"'])=substring-before(@name,':')]/*/psf:ScoredProperty[substring-after(@name,':')='MediaSizeWidth'][name("
-        L"namespace::*[.='" + kPsk + L"'])=substring-before(@name,':')]/psf:Value";
-    ComPtr<IXMLDOMNode> width = Select(scored);
-    ASSERT_TRUE(width);
-    EXPECT_EQ(TypedValue(width.Get()), L"210000");
+    EXPECT_EQ(TypeOf(Select(OptionQuery(L"JobInputBin", kPsk)).Get()), NODE_ATTRIBUTE);
     Variant value;
-    EXPECT_EQ(width->get_nodeValue(value.Out()), S_FALSE) << "an element has no value";
+    EXPECT_EQ(Select(scored)->get_nodeValue(value.Out()), S_FALSE) << "an element has no value";
     EXPECT_EQ(value.Get().vt, VT_NULL);
-
-    const std::wstring presence = L"psf:PrintTicket/psf:Feature[substring-after(@name,':')='PageMediaSize'][name(namespace::*[.='" +
-                                  kPsk + L"'])=substring-before(@name,':')]/psf:Option[substring-after(@name,':')='ISOA4']";
-    EXPECT_TRUE(Select(presence));
 }
 
 TEST_F(Dom, NamespaceNodesAreAttributeLikeAndOutliveTheirQuery)
@@ -515,26 +501,18 @@ TEST_F(Dom, NamespaceNodesAreAttributeLikeAndOutliveTheirQuery)
     EXPECT_TRUE(Select(L"namespace::*[.='" + kXsi + L"']", root.Get()));
     root.Reset();
 
-    Bstr text;
-    EXPECT_EQ(ns->get_baseName(text.Out()), S_OK);
-    EXPECT_EQ(text.Text(), L"psk");
-    EXPECT_EQ(ns->get_nodeName(text.Out()), S_OK);
-    EXPECT_EQ(text.Text(), L"xmlns:psk");
-    EXPECT_EQ(ns->get_prefix(text.Out()), S_OK);
-    EXPECT_EQ(text.Text(), L"xmlns");
-    EXPECT_EQ(ns->get_text(text.Out()), S_OK);
-    EXPECT_EQ(text.Text(), kPsk);
+    EXPECT_EQ(Read(ns.Get(), &IXMLDOMNode::get_baseName), L"psk");
+    EXPECT_EQ(NameOf(ns.Get()), L"xmlns:psk");
+    EXPECT_EQ(Read(ns.Get(), &IXMLDOMNode::get_prefix), L"xmlns");
+    EXPECT_EQ(TextOf(ns.Get()), kPsk);
     EXPECT_EQ(TypedValue(ns.Get()), kPsk);
-    DOMNodeType type = NODE_INVALID;
-    EXPECT_EQ(ns->get_nodeType(&type), S_OK);
-    EXPECT_EQ(type, NODE_ATTRIBUTE);
+    EXPECT_EQ(TypeOf(ns.Get()), NODE_ATTRIBUTE);
     EXPECT_EQ(XmlOf(ns.Get()), L"xmlns:psk=\"" + kPsk + L"\"");
     ComPtr<IXMLDOMNode> parent;
     EXPECT_EQ(ns->get_parentNode(&parent), S_FALSE);
     ComPtr<IXMLDOMNode> element = Select(L"..", ns.Get());
     ASSERT_TRUE(element) << "in XPath its parent is its element";
-    EXPECT_EQ(element->get_nodeName(text.Out()), S_OK);
-    EXPECT_EQ(text.Text(), L"psf:PrintTicket");
+    EXPECT_EQ(NameOf(element.Get()), L"psf:PrintTicket");
     ComPtr<IXMLDOMNode> self = Select(L"self::node()", ns.Get());
     ASSERT_TRUE(self);
     EXPECT_EQ(TextOf(self.Get()), kPsk);
@@ -542,8 +520,9 @@ TEST_F(Dom, NamespaceNodesAreAttributeLikeAndOutliveTheirQuery)
     LoadTicket(L"<r xmlns='urn:default'/>");
     ns = Select(L"/*/namespace::*[.='urn:default']");
     ASSERT_TRUE(ns);
-    EXPECT_EQ(ns->get_baseName(text.Out()), S_FALSE) << "the default namespace has no prefix";
-    EXPECT_TRUE(text.IsNull());
+    Bstr prefix;
+    EXPECT_EQ(ns->get_baseName(prefix.Out()), S_FALSE) << "the default namespace has no prefix";
+    EXPECT_TRUE(prefix.IsNull());
 }
 
 TEST_F(Dom, NameFunctionsAndNodeNamesFollowXPath)
@@ -553,58 +532,44 @@ TEST_F(Dom, NameFunctionsAndNodeNamesFollowXPath)
         std::wstring query;
         std::wstring name;
         std::wstring baseName;
+        std::wstring uri;  // empty: the node is in no namespace
     } cases[] = {
-        {L"/*[local-name()='PrintTicket']", L"psf:PrintTicket", L"PrintTicket"},
-        {L"//*[name()='psf:Option' and @name='psk:ISOA4']", L"psf:Option", L"Option"},
-        {L"//*[namespace-uri()='" + kPsf + L"' and local-name()='ScoredProperty']", L"psf:ScoredProperty", L"ScoredProperty"},
-        {L"//psf:Value/@*[local-name()='type']", L"xsi:type", L"type"},
-        {L"/psf:PrintTicket/@version", L"version", L"version"},
+        {L"/*[local-name()='PrintTicket']", L"psf:PrintTicket", L"PrintTicket", kPsf},
+        {L"//*[name()='psf:Option' and @name='psk:ISOA4']", L"psf:Option", L"Option", kPsf},
+        {L"//*[namespace-uri()='" + kPsf + L"' and local-name()='ScoredProperty']", L"psf:ScoredProperty",
+         L"ScoredProperty", kPsf},
+        {L"//psf:Value/@*[local-name()='type']", L"xsi:type", L"type", kXsi},
+        {L"/psf:PrintTicket/@version", L"version", L"version", L""},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(platform::ToUtf8(c.query));
         ComPtr<IXMLDOMNode> node = Select(c.query);
-        ASSERT_TRUE(node) << platform::ToUtf8(c.query);
-        Bstr text;
-        EXPECT_EQ(node->get_nodeName(text.Out()), S_OK);
-        EXPECT_EQ(text.Text(), c.name);
-        EXPECT_EQ(node->get_baseName(text.Out()), S_OK);
-        EXPECT_EQ(text.Text(), c.baseName);
+        ASSERT_TRUE(node);
+        EXPECT_EQ(NameOf(node.Get()), c.name);
+        EXPECT_EQ(Read(node.Get(), &IXMLDOMNode::get_baseName), c.baseName);
+        EXPECT_EQ(Read(node.Get(), &IXMLDOMNode::get_namespaceURI, c.uri.empty() ? S_FALSE : S_OK), c.uri);
     }
-    ComPtr<IXMLDOMNode> value = Select(L"//psf:Value");
-    Bstr uri;
-    EXPECT_EQ(value->get_namespaceURI(uri.Out()), S_OK);
-    EXPECT_EQ(uri.Text(), kPsf);
-    ComPtr<IXMLDOMNode> version = Select(L"/psf:PrintTicket/@version");
-    EXPECT_EQ(version->get_namespaceURI(uri.Out()), S_FALSE);
-    EXPECT_EQ(version->get_prefix(uri.Out()), S_FALSE);
+    EXPECT_EQ(Read(Select(L"/psf:PrintTicket/@version").Get(), &IXMLDOMNode::get_prefix, S_FALSE), L"");
 }
 
 TEST_F(Dom, SelectionAnswersWithMsxmlsHresults)
 {
     LoadTicket(kTicket);
-    const struct {
-        std::wstring query;
-        HRESULT expected;
-    } cases[] = {
+    const std::pair<std::wstring, HRESULT> cases[] = {
         {L"psf:PrintTicket/psf:Nothing", S_FALSE},
-        {L"psk:PrintTicket", E_FAIL},          // psk is not a selection namespace
-        {L"psf:PrintTicket[", E_FAIL},         // invalid expression
-        {L"count(//psf:Feature)", E_FAIL},     // not a node set
+        {L"psk:PrintTicket", E_FAIL},       // psk is not a selection namespace
+        {L"psf:PrintTicket[", E_FAIL},      // invalid expression
+        {L"count(//psf:Feature)", E_FAIL},  // not a node set
         {L"", E_FAIL},
-        {L"/", S_OK},
     };
-    for (const auto& c : cases) {
-        ComPtr<IXMLDOMNode> node;
-        EXPECT_EQ(doc_->selectSingleNode(Bstr(c.query), &node), c.expected) << platform::ToUtf8(c.query);
-        EXPECT_EQ(node.Get() != nullptr, c.expected == S_OK) << platform::ToUtf8(c.query);
+    for (const auto& [query, expected] : cases) {
+        Select(query, nullptr, expected);
     }
-    ComPtr<IXMLDOMNode> documentNode = Select(L"/");
-    EXPECT_EQ(documentNode.Get(), static_cast<IXMLDOMNode*>(doc_.Get())) << "the document node is the document";
+    EXPECT_EQ(Select(L"/").Get(), static_cast<IXMLDOMNode*>(doc_.Get())) << "the document node is the document";
 
     ComPtr<IXMLDOMNodeList> list;
     ASSERT_EQ(doc_->selectNodes(Bstr(L"//psf:Feature"), &list), S_OK);
-    long length = 0;
-    EXPECT_EQ(list->get_length(&length), S_OK);
-    EXPECT_EQ(length, 3);
+    EXPECT_EQ(LengthOf(list.Get()), 3);
     ComPtr<IXMLDOMNode> item;
     EXPECT_EQ(list->get_item(3, &item), S_FALSE);
     int walked = 0;
@@ -612,45 +577,24 @@ TEST_F(Dom, SelectionAnswersWithMsxmlsHresults)
         ++walked;
     }
     EXPECT_EQ(walked, 3);
-    EXPECT_EQ(doc_->selectNodes(Bstr(L"//psf:Nothing"), &list), S_OK);
-    EXPECT_EQ(list->get_length(&length), S_OK);
-    EXPECT_EQ(length, 0);
+    EXPECT_EQ(Count(L"//psf:Nothing"), 0);
     EXPECT_EQ(doc_->selectNodes(Bstr(L"//x:y"), &list), E_FAIL);
 }
 
-// ---------------------------------------------------------------------------------------------
-// Editing
+// ---- editing
 
 TEST_F(Dom, CreatedNodesAppendedToTheTicketShowInItsMarkupAndQueries)
 {
     LoadTicket(kTicket);
-    ComPtr<IXMLDOMElement> root = Root();
-
-    // A feature, as the ticket model builds a custom page size: a framework element with a
-    // keyword name, holding a value typed through the ticket's own xsi and xsd prefixes.
-    ComPtr<IXMLDOMNode> node;
-    ASSERT_EQ(doc_->createNode(Variant::Int(NODE_ELEMENT), Bstr(L"psf:ParameterInit"), Bstr(kPsf), &node), S_OK);
-    ComPtr<IXMLDOMElement> parameter;
-    ASSERT_EQ(node.As(&parameter), S_OK);
-    ComPtr<IXMLDOMAttribute> name;
-    ASSERT_EQ(doc_->createAttribute(Bstr(L"name"), &name), S_OK);
-    ASSERT_EQ(name->put_value(Variant::Text(L"psk:PageMediaSizeMediaSizeWidth")), S_OK);
-    ComPtr<IXMLDOMAttribute> replaced;
-    ASSERT_EQ(parameter->setAttributeNode(name.Get(), &replaced), S_OK);
-    EXPECT_EQ(replaced.Get(), nullptr);
-
-    ASSERT_EQ(doc_->createNode(Variant::Int(NODE_ELEMENT), Bstr(L"psf:Value"), Bstr(kPsf), &node), S_OK);
-    ComPtr<IXMLDOMElement> value;
-    ASSERT_EQ(node.As(&value), S_OK);
-    ComPtr<IXMLDOMAttribute> type;
-    ASSERT_EQ(doc_->createAttribute(Bstr(L"xsi:type"), &type), S_OK);
-    ASSERT_EQ(type->put_value(Variant::Text(L"xsd:integer")), S_OK);
-    ASSERT_EQ(value->setAttributeNode(type.Get(), nullptr), S_OK);
+    // A parameter as the ticket model builds it: a framework element with a keyword name, holding
+    // a value typed through the ticket's own xsi and xsd prefixes.
+    ComPtr<IXMLDOMElement> parameter = NewElement(L"psf:ParameterInit", kPsf);
+    SetAttributeNode(parameter.Get(), L"name", L"psk:PageMediaSizeMediaSizeWidth");
+    ComPtr<IXMLDOMElement> value = NewElement(L"psf:Value", kPsf);
+    SetAttributeNode(value.Get(), L"xsi:type", L"xsd:integer");
     ASSERT_EQ(value->put_text(Bstr(L"914400")), S_OK);
-
-    ComPtr<IXMLDOMNode> appended;
-    ASSERT_EQ(parameter->appendChild(value.Get(), &appended), S_OK);
-    ASSERT_EQ(root->appendChild(parameter.Get(), &appended), S_OK);
+    ASSERT_EQ(parameter->appendChild(value.Get(), nullptr), S_OK);
+    ASSERT_EQ(Root()->appendChild(parameter.Get(), nullptr), S_OK);
 
     ComPtr<IXMLDOMNode> found = Select(ParameterQuery(L"PageMediaSizeMediaSizeWidth", kPsk));
     ASSERT_TRUE(found);
@@ -658,7 +602,6 @@ TEST_F(Dom, CreatedNodesAppendedToTheTicketShowInItsMarkupAndQueries)
     // As in MSXML, a prefix in a name given to createAttribute binds to nothing while the element
     // is on its own; the markup reads the same.
     EXPECT_TRUE(Select(L"//psf:Value[@*[name()='xsi:type']='xsd:integer' and .='914400']"));
-
     const std::wstring markup = XmlOf(doc_.Get());
     EXPECT_NE(markup.find(L"<psf:ParameterInit name=\"psk:PageMediaSizeMediaSizeWidth\"><psf:Value xsi:type=\"xsd:integer\">"
                           L"914400</psf:Value></psf:ParameterInit></psf:PrintTicket>"),
@@ -670,70 +613,49 @@ TEST_F(Dom, ANamespaceDeclaredByAttributeIsSeenByTheNamespaceAxis)
 {
     LoadTicket(L"<psf:PrintTicket xmlns:psf='" + kPsf + L"'/>");
     ComPtr<IXMLDOMElement> root = Root();
-    ComPtr<IXMLDOMNode> ns;
-    EXPECT_EQ(root->selectSingleNode(Bstr(L"namespace::node()[.='" + kPrivate + L"']"), &ns), S_FALSE);
+    const std::wstring query = L"namespace::node()[.='" + kPrivate + L"']";
+    Select(query, root.Get(), S_FALSE);
+    SetAttributeNode(root.Get(), L"xmlns:ns0000", kPrivate);
 
-    ComPtr<IXMLDOMAttribute> declaration;
-    ASSERT_EQ(doc_->createAttribute(Bstr(L"xmlns:ns0000"), &declaration), S_OK);
-    ASSERT_EQ(declaration->put_value(Variant::Text(kPrivate)), S_OK);
-    ASSERT_EQ(root->setAttributeNode(declaration.Get(), nullptr), S_OK);
-
-    ns = Select(L"namespace::node()[.='" + kPrivate + L"']", root.Get());
+    ComPtr<IXMLDOMNode> ns = Select(query, root.Get());
     ASSERT_TRUE(ns);
-    Bstr prefix;
-    EXPECT_EQ(ns->get_baseName(prefix.Out()), S_OK);
-    EXPECT_EQ(prefix.Text(), L"ns0000");
+    EXPECT_EQ(Read(ns.Get(), &IXMLDOMNode::get_baseName), L"ns0000");
     Variant declared;
     EXPECT_EQ(root->getAttribute(Bstr(L"xmlns:ns0000"), declared.Out()), S_OK);
-    EXPECT_EQ(std::wstring(declared.Get().bstrVal), kPrivate);
+    EXPECT_EQ(declared.Text(), kPrivate);
     EXPECT_EQ(root->setAttribute(Bstr(L"xmlns:ns0000"), Variant::Text(L"urn:other")), E_FAIL) << "a prefix is not rebound";
     EXPECT_EQ(XmlOf(root.Get()), L"<psf:PrintTicket xmlns:psf=\"" + kPsf + L"\" xmlns:ns0000=\"" + kPrivate + L"\"/>");
 }
 
-TEST_F(Dom, ANodeInANamespaceTheDocumentDoesNotDeclareCarriesItsDeclaration)
+TEST_F(Dom, ACreatedNodeDeclaresItsNamespaceUntilItIsLinkedWhereItIsInScope)
 {
     LoadTicket(L"<r/>");
     ComPtr<IXMLDOMNode> node;
     ASSERT_EQ(doc_->createNode(Variant::Text(L"element"), Bstr(L"zz:thing"), Bstr(L"urn:zz"), &node), S_OK);
     ASSERT_EQ(Root()->appendChild(node.Get(), nullptr), S_OK);
-    EXPECT_EQ(XmlOf(Root().Get()), L"<r><zz:thing xmlns:zz=\"urn:zz\"/></r>");
-    Bstr uri;
-    EXPECT_EQ(node->get_namespaceURI(uri.Out()), S_OK);
-    EXPECT_EQ(uri.Text(), L"urn:zz");
-}
+    EXPECT_EQ(XmlOf(Root().Get()), L"<r><zz:thing xmlns:zz=\"urn:zz\"/></r>") << "not declared by the document";
+    EXPECT_EQ(Read(node.Get(), &IXMLDOMNode::get_namespaceURI), L"urn:zz");
 
-TEST_F(Dom, ACreatedNodeDeclaresItsNamespaceUntilItIsLinkedWhereItIsInScope)
-{
     LoadTicket(kTicket);
-    ComPtr<IXMLDOMNode> value;
-    ASSERT_EQ(doc_->createNode(Variant::Int(NODE_ELEMENT), Bstr(L"psf:Value"), Bstr(kPsf), &value), S_OK);
+    ComPtr<IXMLDOMElement> value = NewElement(L"psf:Value", kPsf);
     EXPECT_EQ(XmlOf(value.Get()), L"<psf:Value xmlns:psf=\"" + kPsf + L"\"/>");
-    ComPtr<IXMLDOMNode> parent = Select(L"//psf:ParameterInit");
-    ASSERT_EQ(parent->appendChild(value.Get(), nullptr), S_OK);
+    ASSERT_EQ(Select(L"//psf:ParameterInit")->appendChild(value.Get(), nullptr), S_OK);
     EXPECT_EQ(XmlOf(value.Get()), L"<psf:Value/>");
 
     // Under another prefix for the same URI, the node keeps its own prefix and declaration.
     LoadTicket(kTicketWithOtherPrefixes);
-    ASSERT_EQ(doc_->createNode(Variant::Int(NODE_ELEMENT), Bstr(L"psf:Value"), Bstr(kPsf), &value), S_OK);
+    value = NewElement(L"psf:Value", kPsf);
     ASSERT_EQ(Root()->appendChild(value.Get(), nullptr), S_OK);
     EXPECT_EQ(XmlOf(value.Get()), L"<psf:Value xmlns:psf=\"" + kPsf + L"\"/>");
-    ComPtr<IXMLDOMNodeList> values;
-    ASSERT_EQ(doc_->selectNodes(Bstr(L"psf:PrintTicket/psf:Value"), &values), S_OK);
-    long length = 0;
-    values->get_length(&length);
-    EXPECT_EQ(length, 1);
+    EXPECT_EQ(Count(L"psf:PrintTicket/psf:Value"), 1);
 }
 
 TEST_F(Dom, ADocumentIsBuiltFromNothing)
 {
-    ComPtr<IXMLDOMElement> root;
+    ComPtr<IXMLDOMElement> root, a, b, c;
     ASSERT_EQ(doc_->createElement(Bstr(L"root"), &root), S_OK);
-    ComPtr<IXMLDOMNode> out;
-    ASSERT_EQ(doc_->appendChild(root.Get(), &out), S_OK);
-    ComPtr<IXMLDOMElement> element;
-    ASSERT_EQ(doc_->get_documentElement(&element), S_OK);
-
-    ComPtr<IXMLDOMElement> a, b, c;
+    ASSERT_EQ(doc_->appendChild(root.Get(), nullptr), S_OK);
+    EXPECT_TRUE(Root());
     ASSERT_EQ(doc_->createElement(Bstr(L"a"), &a), S_OK);
     ASSERT_EQ(doc_->createElement(Bstr(L"b"), &b), S_OK);
     ASSERT_EQ(doc_->createElement(Bstr(L"c"), &c), S_OK);
@@ -746,32 +668,25 @@ TEST_F(Dom, ADocumentIsBuiltFromNothing)
 
     ComPtr<IXMLDOMNode> old;
     ASSERT_EQ(root->replaceChild(b.Get(), c.Get(), &old), S_OK);
-    Bstr name;
-    old->get_nodeName(name.Out());
-    EXPECT_EQ(name.Text(), L"c");
+    EXPECT_EQ(NameOf(old.Get()), L"c");
     EXPECT_EQ(XmlOf(root.Get()), L"<root><a/><b/><!-- note --></root>");
     EXPECT_EQ(root->insertBefore(c.Get(), Variant::Unknown(c.Get()), nullptr), E_INVALIDARG) << "c is no child";
-
     ComPtr<IXMLDOMNodeList> list;
     ASSERT_EQ(root->getElementsByTagName(Bstr(L"*"), &list), S_OK);
-    long length = 0;
-    list->get_length(&length);
-    EXPECT_EQ(length, 2);
+    EXPECT_EQ(LengthOf(list.Get()), 2);
 }
 
 TEST_F(Dom, RemovingAFeatureTakesItOutOfTheTicketButLeavesItReadable)
 {
     LoadTicket(kTicket);
-    const std::wstring featureQuery = L"psf:PrintTicket/psf:Feature[substring-after(@name,':')='PageMediaSize'][name("
-                                      L"namespace::*[.='" + kPsk + L"'])=substring-before(@name,':')]";
-    ComPtr<IXMLDOMNode> feature = Select(featureQuery);
+    const std::wstring query = FeatureQuery(L"PageMediaSize", kPsk);
+    ComPtr<IXMLDOMNode> feature = Select(query);
     ASSERT_TRUE(feature);
     ComPtr<IXMLDOMElement> root = Root();
     ComPtr<IXMLDOMNode> removed;
     ASSERT_EQ(root->removeChild(feature.Get(), &removed), S_OK);
     EXPECT_TRUE(removed);
-    ComPtr<IXMLDOMNode> none;
-    EXPECT_EQ(doc_->selectSingleNode(Bstr(featureQuery), &none), S_FALSE);
+    Select(query, nullptr, S_FALSE);
     EXPECT_EQ(root->removeChild(feature.Get(), &removed), E_INVALIDARG) << "no longer a child";
 
     // The removed subtree keeps its namespaces: its markup declares what it uses.
@@ -780,52 +695,50 @@ TEST_F(Dom, RemovingAFeatureTakesItOutOfTheTicketButLeavesItReadable)
     EXPECT_NE(markup.find(L"210000"), std::wstring::npos);
     ComPtr<IXMLDOMNode> parent;
     EXPECT_EQ(feature->get_parentNode(&parent), S_FALSE);
-
-    // ...and can go back.
     ASSERT_EQ(root->appendChild(feature.Get(), nullptr), S_OK);
-    EXPECT_TRUE(Select(featureQuery));
+    EXPECT_TRUE(Select(query)) << "and can go back";
 }
 
 TEST_F(Dom, BadEditsAnswerWithMsxmlsHresults)
 {
     LoadTicket(kTicket);
     ComPtr<IXMLDOMElement> root = Root();
-    ComPtr<IXMLDOMNode> feature = Select(L"//psf:Feature");
     ComPtr<IXMLDOMNode> option = Select(L"//psf:Option");
-    ComPtr<IXMLDOMNode> out;
-    EXPECT_EQ(root->appendChild(nullptr, &out), E_INVALIDARG);
-    EXPECT_EQ(option->appendChild(root.Get(), &out), E_FAIL) << "an ancestor cannot become a child";
-    EXPECT_EQ(root->removeChild(option.Get(), &out), E_INVALIDARG) << "a grandchild is not a child";
     ComPtr<IXMLDOMAttribute> attribute;
     ASSERT_EQ(doc_->createAttribute(Bstr(L"a"), &attribute), S_OK);
-    EXPECT_EQ(root->appendChild(attribute.Get(), &out), E_FAIL);
     ComPtr<IXMLDOMElement> second;
     ASSERT_EQ(doc_->createElement(Bstr(L"second"), &second), S_OK);
-    EXPECT_EQ(doc_->appendChild(second.Get(), &out), E_FAIL) << "one document element";
-    EXPECT_EQ(doc_->createElement(Bstr(L"bad name"), &second), E_FAIL);
-    EXPECT_EQ(doc_->createElement(Bstr(L""), &second), E_FAIL);
-    EXPECT_EQ(doc_->createNode(Variant::Int(NODE_DOCUMENT), Bstr(L"x"), Bstr(L""), &out), E_INVALIDARG);
-    EXPECT_EQ(doc_->createNode(Variant::Int(42), Bstr(L"x"), Bstr(L""), &out), E_INVALIDARG);
-    EXPECT_EQ(root->put_nodeValue(Variant::Text(L"x")), E_FAIL) << "an element has no value";
-
-    ComPtr<IXMLDOMDocument2> other;
-    ASSERT_EQ(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument2,
-                               reinterpret_cast<void**>(other.GetAddressOf())),
-              S_OK);
+    ComPtr<IXMLDOMDocument2> other = NewDocument();
     ComPtr<IXMLDOMElement> foreign;
     ASSERT_EQ(other->createElement(Bstr(L"foreign"), &foreign), S_OK);
-    EXPECT_EQ(root->appendChild(foreign.Get(), &out), E_INVALIDARG);
+    ComPtr<IXMLDOMNode> out;
+    ComPtr<IXMLDOMElement> element;
+    const std::vector<std::tuple<const char*, HRESULT, HRESULT>> cases{
+        {"append nothing", root->appendChild(nullptr, &out), E_INVALIDARG},
+        {"an ancestor cannot become a child", option->appendChild(root.Get(), &out), E_FAIL},
+        {"a grandchild is not a child", root->removeChild(option.Get(), &out), E_INVALIDARG},
+        {"an attribute is not a child", root->appendChild(attribute.Get(), &out), E_FAIL},
+        {"one document element", doc_->appendChild(second.Get(), &out), E_FAIL},
+        {"a node of another document", root->appendChild(foreign.Get(), &out), E_INVALIDARG},
+        {"a name with a space", doc_->createElement(Bstr(L"bad name"), &element), E_FAIL},
+        {"an empty name", doc_->createElement(Bstr(L""), &element), E_FAIL},
+        {"a document node", doc_->createNode(Variant::Int(NODE_DOCUMENT), Bstr(L"x"), Bstr(L""), &out), E_INVALIDARG},
+        {"no node type", doc_->createNode(Variant::Int(42), Bstr(L"x"), Bstr(L""), &out), E_INVALIDARG},
+        {"an element has no value", root->put_nodeValue(Variant::Text(L"x")), E_FAIL},
+    };
+    for (const auto& [what, actual, expected] : cases) {
+        EXPECT_EQ(actual, expected) << what;
+    }
 }
 
 TEST_F(Dom, AttributesAreReadWrittenAndListed)
 {
     LoadTicket(kTicket);
-    ComPtr<IXMLDOMNode> node = Select(L"//psf:Feature");
     ComPtr<IXMLDOMElement> feature;
-    ASSERT_EQ(node.As(&feature), S_OK);
+    ASSERT_EQ(Select(L"//psf:Feature").As(&feature), S_OK);
     Variant value;
     EXPECT_EQ(feature->getAttribute(Bstr(L"name"), value.Out()), S_OK);
-    EXPECT_EQ(std::wstring(value.Get().bstrVal), L"ns0001:JobInputBin");
+    EXPECT_EQ(value.Text(), L"ns0001:JobInputBin");
     EXPECT_EQ(feature->getAttribute(Bstr(L"missing"), value.Out()), S_FALSE);
     EXPECT_EQ(value.Get().vt, VT_NULL);
 
@@ -833,20 +746,20 @@ TEST_F(Dom, AttributesAreReadWrittenAndListed)
     EXPECT_EQ(feature->setAttribute(Bstr(L"count"), Variant::Int(7)), S_OK);
     EXPECT_EQ(XmlOf(feature.Get()).find(L"<psf:Feature name=\"psk:Other&lt;&amp;&gt;\" count=\"7\">"), 0u)
         << platform::ToUtf8(XmlOf(feature.Get()));
+    EXPECT_EQ(feature->removeAttribute(Bstr(L"count")), S_OK);
+    EXPECT_EQ(feature->removeAttribute(Bstr(L"count")), S_FALSE);
 
     ComPtr<IXMLDOMNamedNodeMap> attributes;
     ASSERT_EQ(Root()->get_attributes(&attributes), S_OK);
-    long length = 0;
-    EXPECT_EQ(attributes->get_length(&length), S_OK);
-    EXPECT_EQ(length, 6) << "five namespace declarations and version";
+    EXPECT_EQ(LengthOf(attributes.Get()), 6) << "five namespace declarations and version";
     ComPtr<IXMLDOMNode> item;
     EXPECT_EQ(attributes->getNamedItem(Bstr(L"xmlns:ns0001"), &item), S_OK);
     EXPECT_EQ(TextOf(item.Get()), kPrivate);
     EXPECT_EQ(attributes->getNamedItem(Bstr(L"version"), &item), S_OK);
     EXPECT_EQ(attributes->getNamedItem(Bstr(L"nothing"), &item), S_FALSE);
-    EXPECT_EQ(feature->removeAttribute(Bstr(L"count")), S_OK);
-    EXPECT_EQ(feature->removeAttribute(Bstr(L"count")), S_FALSE);
 }
+
+// ---- node lifetimes and copies
 
 TEST_F(Dom, TextNodesStaySeparateAndReplacingTextKeepsHeldNodesUsable)
 {
@@ -859,17 +772,14 @@ TEST_F(Dom, TextNodesStaySeparateAndReplacingTextKeepsHeldNodesUsable)
     ASSERT_EQ(root->appendChild(second.Get(), nullptr), S_OK);
     ComPtr<IXMLDOMNodeList> children;
     ASSERT_EQ(root->get_childNodes(&children), S_OK);
-    long length = 0;
-    children->get_length(&length);
-    EXPECT_EQ(length, 2);
+    EXPECT_EQ(LengthOf(children.Get()), 2);
     EXPECT_EQ(TextOf(root.Get()), L"onetwo");
 
     ASSERT_EQ(root->put_text(Bstr(L"three")), S_OK);
     EXPECT_EQ(XmlOf(root.Get()), L"<r>three</r>");
     EXPECT_EQ(TextOf(first.Get()), L"one") << "the replaced text node is still there for its holder";
     EXPECT_EQ(TextOf(second.Get()), L"two");
-    children->get_length(&length);
-    EXPECT_EQ(length, 1) << "childNodes is live";
+    EXPECT_EQ(LengthOf(children.Get()), 1) << "childNodes is live";
 }
 
 TEST_F(Dom, ANodeKeepsItsDocumentAlive)
@@ -882,14 +792,11 @@ TEST_F(Dom, ANodeKeepsItsDocumentAlive)
     EXPECT_EQ(TextOf(value.Get()), L"3");
     ComPtr<IXMLDOMDocument> owner;
     ASSERT_EQ(value->get_ownerDocument(&owner), S_OK);
-    ComPtr<IXMLDOMDocument2> document;
-    ASSERT_EQ(owner.As(&document), S_OK);
-    ComPtr<IXMLDOMNode> again;
-    EXPECT_EQ(document->selectSingleNode(Bstr(L"//psf:Value"), &again), S_OK) << "the selection namespaces stayed";
+    ASSERT_EQ(owner.As(&doc_), S_OK);
+    EXPECT_TRUE(Select(L"//psf:Value")) << "the selection namespaces stayed";
 
     // A node of an earlier load stays usable after the document loads another.
-    VARIANT_BOOL ok = VARIANT_FALSE;
-    ASSERT_EQ(document->loadXML(Bstr(L"<other/>"), &ok), S_OK);
+    ASSERT_EQ(LoadXml(L"<other/>"), S_OK);
     EXPECT_EQ(TextOf(value.Get()), L"3");
     ComPtr<IXMLDOMNode> parent;
     EXPECT_EQ(value->get_parentNode(&parent), S_OK);
@@ -900,21 +807,15 @@ TEST_F(Dom, ClonesAreDetachedCopies)
 {
     LoadTicket(kTicket);
     ComPtr<IXMLDOMNode> feature = Select(L"//psf:Feature");
-    ComPtr<IXMLDOMNode> deep;
+    ComPtr<IXMLDOMNode> deep, shallow, parent;
     ASSERT_EQ(feature->cloneNode(VARIANT_TRUE, &deep), S_OK);
-    ComPtr<IXMLDOMNode> shallow;
     ASSERT_EQ(feature->cloneNode(VARIANT_FALSE, &shallow), S_OK);
-    ComPtr<IXMLDOMNode> parent;
     EXPECT_EQ(deep->get_parentNode(&parent), S_FALSE);
     VARIANT_BOOL has = VARIANT_FALSE;
     EXPECT_EQ(deep->hasChildNodes(&has), S_OK);
     EXPECT_EQ(shallow->hasChildNodes(&has), S_FALSE);
     ASSERT_EQ(Root()->appendChild(deep.Get(), nullptr), S_OK);
-    ComPtr<IXMLDOMNodeList> features;
-    ASSERT_EQ(doc_->selectNodes(Bstr(OptionQuery(L"JobInputBin", kPrivate)), &features), S_OK);
-    long length = 0;
-    features->get_length(&length);
-    EXPECT_EQ(length, 2);
+    EXPECT_EQ(Count(OptionQuery(L"JobInputBin", kPrivate)), 2);
 }
 
 }  // namespace
