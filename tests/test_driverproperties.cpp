@@ -19,6 +19,7 @@
 #include "jobattributesettings.h"
 #include "legacydriverpropertybag.h"
 #include "mesawidthquery.h"
+#include "pipelinehost/pipelinecontrol.h"
 #include "pipelinehost/propertybag.h"
 #include "pipelinepropertybagproxy.h"
 #include "printerattributesettings.h"
@@ -262,7 +263,8 @@ TEST(DriverPropertyBagDiscovery, PrefersTheVersionFourBag)
 TEST(DriverPropertyBagDiscovery, RefusesADriverBagThatIsNoPropertyBag)
 {
     JobContext job(VersionFourPrinter());
-    job.Bag().SetUnknown(L"DriverPropertyBag", job.BagInterface().Get());
+    const auto notABag = pipelinehost::PipelineControl::Create();
+    job.Bag().SetUnknown(L"DriverPropertyBag", notABag.Get());
     const LogTail log;
     EXPECT_EQ(ThrownBy([&] { PipelinePropertyBagProxy proxy(job.BagInterface()); }), E_NOINTERFACE);
     EXPECT_TRUE(log.WaitFor(L"[ERR] [pipelinepropertybagproxy:PipelinePropertyBagProxy::PipelinePropertyBagProxy:"));
