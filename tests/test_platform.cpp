@@ -67,6 +67,30 @@ TEST(Text, ConvertsBetweenWideUtf8AndUtf16)
     EXPECT_EQ(platform::FromUtf8("\xc0\xaf"), L"\uFFFD");  // overlong
 }
 
+TEST(CodePages, ConvertLikeWindowsAndReportWhatDoesNotConvert)
+{
+    wchar_t wide[8] = {};
+    EXPECT_EQ(MultiByteToWideChar(CP_THREAD_ACP, 0, "\x80\xe9", 2, nullptr, 0), 2) << "a size query";
+    EXPECT_EQ(MultiByteToWideChar(CP_THREAD_ACP, 0, "\x80\xe9", 2, wide, 8), 2);
+    EXPECT_EQ(std::wstring(wide, 2), L"\u20ac\u00e9");
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "\xe2\x82\xac", 3, wide, 1), 1);
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab", 2, wide, 1), 0);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, "a\xff", 2, wide, 8), 0);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_UNICODE_TRANSLATION));
+
+    char narrow[8] = {};
+    BOOL usedDefault = FALSE;
+    EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, L"\u20ac\u4e00", 2, narrow, 8, nullptr, &usedDefault), 2);
+    EXPECT_EQ(std::string(narrow, 2), "\x80?");
+    EXPECT_TRUE(usedDefault);
+    const wchar_t loneSurrogate[] = {L'a', static_cast<wchar_t>(0xD800)};
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, loneSurrogate, 2, narrow, 8, nullptr, nullptr), 0);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_UNICODE_TRANSLATION));
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"\u20ac", -1, narrow, 8, nullptr, nullptr), 4) << "with the terminator";
+    EXPECT_STREQ(narrow, "\xe2\x82\xac");
+}
+
 TEST(Bstr, KeepsItsLengthAndEmbeddedNulls)
 {
     BSTR text = SysAllocStringLen(L"ab\0cd", 5);

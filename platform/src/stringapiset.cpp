@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <string>
 
+#include "platform/text.h"
 #include "winbase.h"
 
 namespace {
@@ -67,25 +68,6 @@ bool DecodeUtf8(const unsigned char* text, int length, std::u32string& out)
     return valid;
 }
 
-void EncodeUtf8(char32_t c, std::string& out)
-{
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-    } else if (c < 0x800) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += static_cast<char>(0xE0 | (c >> 12));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (c >> 18));
-        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-}
-
 // Copies a converted text out the Windows way: a zero-sized target asks for the size; a target
 // that is too small fails with ERROR_INSUFFICIENT_BUFFER.
 template <class Char, class Text>
@@ -140,18 +122,20 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
         return 0;
     }
     const int length = cchWideChar < 0 ? static_cast<int>(std::wcslen(lpWideCharStr)) + 1 : cchWideChar;
+    const std::wstring_view text(lpWideCharStr, static_cast<std::size_t>(length));
     std::string converted;
     bool usedDefault = false;
-    for (int i = 0; i < length; ++i) {
+    if (CodePage == CP_UTF8) {
+        const auto isScalar = [](wchar_t c) { return c >= 0 && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF); };
+        if ((dwFlags & WC_ERR_INVALID_CHARS) != 0 && !std::all_of(text.begin(), text.end(), isScalar)) {
+            SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+            return 0;
+        }
+        converted = platform::ToUtf8(text);  // other characters become U+FFFD
+    }
+    for (int i = 0; i < length && CodePage != CP_UTF8; ++i) {
         const auto c = static_cast<char32_t>(lpWideCharStr[i]);
-        const bool scalar = c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
-        if (CodePage == CP_UTF8) {
-            if (!scalar && (dwFlags & WC_ERR_INVALID_CHARS) != 0) {
-                SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-                return 0;
-            }
-            EncodeUtf8(scalar ? c : U'\uFFFD', converted);
-        } else if (IsAnsi(CodePage)) {
+        if (IsAnsi(CodePage)) {
             const int byte = ToAnsi(c);
             if (byte < 0) {
                 usedDefault = true;
