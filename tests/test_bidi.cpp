@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testbstr.h"
+
 #include <bidispl.h>
 #include <msxml6.h>
 #include <objbase.h>
@@ -19,26 +21,7 @@ namespace {
 
 const std::wstring kBidi = L"http://schemas.microsoft.com/windows/2005/03/printing/bidi";
 
-class Bstr {
-public:
-    Bstr() = default;
-    explicit Bstr(const std::wstring& text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-    ~Bstr() { SysFreeString(text_); }
-    Bstr(const Bstr&) = delete;
-    Bstr& operator=(const Bstr&) = delete;
-
-    operator BSTR() const { return text_; }
-    BSTR* Out()
-    {
-        SysFreeString(text_);
-        text_ = nullptr;
-        return &text_;
-    }
-    std::wstring Text() const { return text_ == nullptr ? std::wstring() : std::wstring(text_, SysStringLen(text_)); }
-
-private:
-    BSTR text_ = nullptr;
-};
+using testsupport::Bstr;
 
 std::wstring GetRequest(const std::wstring& schema)
 {

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testbstr.h"
+
 #include <msxml6.h>
 #include <objbase.h>
 #include <platform/machine.h>
@@ -27,28 +29,7 @@ const std::wstring kXsi = L"http://www.w3.org/2001/XMLSchema-instance";
 const std::wstring kXsd = L"http://www.w3.org/2001/XMLSchema";
 const std::wstring kPrivate = L"http://schemas.example.com/lfp/ptpc/2006/1";
 
-// An owned BSTR.
-class Bstr {
-public:
-    Bstr() = default;
-    Bstr(const std::wstring& text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-    ~Bstr() { SysFreeString(text_); }
-    Bstr(const Bstr&) = delete;
-    Bstr& operator=(const Bstr&) = delete;
-
-    operator BSTR() const { return text_; }
-    BSTR* Out()
-    {
-        SysFreeString(text_);
-        text_ = nullptr;
-        return &text_;
-    }
-    std::wstring Text() const { return text_ == nullptr ? std::wstring() : std::wstring(text_, SysStringLen(text_)); }
-    bool IsNull() const { return text_ == nullptr; }
-
-private:
-    BSTR text_ = nullptr;
-};
+using testsupport::Bstr;
 
 // An owned VARIANT.
 class Variant {
