@@ -24,12 +24,14 @@
 #include "pipelinepropertybagproxy.h"
 #include "printerattributesettings.h"
 #include "printerdriverproperties.h"
+#include "jobcontext.h"
 #include "testmachine.h"
 
 using Microsoft::WRL::ComPtr;
 using platform::DriverPropertyValue;
 using platform::PrinterDescription;
 using platform::SimulatedMachine;
+using testsupport::JobContext;
 using testsupport::LogTail;
 namespace fs = std::filesystem;
 
@@ -72,47 +74,6 @@ std::map<std::wstring, DriverPropertyValue> CompleteBag()
         {L"BidiInformation", false},
     };
 }
-
-// A printer of the simulated machine and a pipeline bag that names it as the pipeline would.
-class JobContext {
-public:
-    explicit JobContext(PrinterDescription printer, bool offerDriverBag = true) : bag_(pipelinehost::PropertyBag::Create())
-    {
-        SimulatedMachine::AddPrinter(printer);
-        SimulatedMachine::AddJob({7, printer.name, L"C:\\Users\\ana\\Documents\\poster.pdf", L"ana", 3});
-        std::wstring name = printer.name;
-        EXPECT_TRUE(OpenPrinterW(name.data(), &printer_, nullptr));
-        bag_->Set(L"PrinterName", printer.name);
-        SetHandle(L"PrinterHandle", printer_);
-        VARIANT jobId;
-        VariantInit(&jobId);
-        jobId.vt = VT_UI4;
-        jobId.ulVal = 7;
-        bag_->AddProperty(L"PrintJobId", &jobId);
-        if (offerDriverBag && printer.driverPropertyBag) {
-            ComPtr<IPrinterPropertyBag> driverBag;
-            driverBag.Attach(SimulatedMachine::NewDriverPropertyBag(printer.name));
-            bag_->SetUnknown(L"DriverPropertyBag", driverBag.Get());
-        }
-    }
-    ~JobContext() { ClosePrinter(printer_); }
-
-    void SetHandle(const std::wstring& name, HANDLE handle)
-    {
-        VARIANT value;
-        VariantInit(&value);
-        value.vt = VT_UINT_PTR;
-        value.byref = handle;
-        bag_->AddProperty(name.c_str(), &value);
-    }
-
-    pipelinehost::PropertyBag& Bag() { return *bag_.Get(); }
-    ComPtr<IPrintPipelinePropertyBag> BagInterface() { return bag_; }
-
-private:
-    ComPtr<pipelinehost::PropertyBag> bag_;
-    HANDLE printer_ = nullptr;
-};
 
 PrinterDescription VersionFourPrinter(std::map<std::wstring, DriverPropertyValue> bag = CompleteBag())
 {

@@ -75,3 +75,10 @@ UINT SysStringLen(BSTR pbstr);
 void VariantInit(VARIANTARG* pvarg);
 HRESULT VariantClear(VARIANTARG* pvarg);
 HRESULT VariantCopy(VARIANTARG* pvargDest, const VARIANTARG* pvargSrc);
+
+using LCID = DWORD;
+#define LOCALE_USER_DEFAULT (static_cast<LCID>(0x400))
+
+// Decimal text to a 32-bit integer: surrounding blanks and a sign are allowed, a fraction is
+// rounded half to even. DISP_E_TYPEMISMATCH for anything else, DISP_E_OVERFLOW out of range.
+HRESULT VarI4FromStr(const OLECHAR* strIn, LCID lcid, ULONG dwFlags, LONG* plOut);

@@ -1,5 +1,7 @@
 // BSTR and VARIANT. A BSTR points just after a 32-bit byte count and is terminated, so it reads
 // as a C string and knows its length.
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -95,5 +97,58 @@ HRESULT VariantCopy(VARIANTARG* pvargDest, const VARIANTARG* pvargSrc)
     }
     VariantClear(pvargDest);
     *pvargDest = copy;
+    return S_OK;
+}
+
+HRESULT VarI4FromStr(const OLECHAR* strIn, LCID /*lcid*/, ULONG /*dwFlags*/, LONG* plOut)
+{
+    if (strIn == nullptr || plOut == nullptr) {
+        return E_INVALIDARG;
+    }
+    const OLECHAR* p = strIn;
+    const auto skipBlanks = [&p] {
+        while (*p == L' ' || *p == L'\t') {
+            ++p;
+        }
+    };
+    skipBlanks();
+    bool negative = false;
+    if (*p == L'+' || *p == L'-') {
+        negative = *p == L'-';
+        ++p;
+    }
+    // Digits beyond what a 32-bit value can hold only need to be seen, not kept.
+    constexpr std::uint64_t kBeyond = 0x100000000ull;
+    std::uint64_t whole = 0;
+    bool anyDigit = false;
+    for (; *p >= L'0' && *p <= L'9'; ++p) {
+        whole = std::min<std::uint64_t>(whole * 10 + static_cast<std::uint64_t>(*p - L'0'), kBeyond);
+        anyDigit = true;
+    }
+    int firstFraction = -1;  // the fraction's first digit; -1 when there is none
+    bool fractionBeyondHalf = false;
+    if (*p == L'.') {
+        for (++p; *p >= L'0' && *p <= L'9'; ++p) {
+            if (firstFraction < 0) {
+                firstFraction = *p - L'0';
+            } else if (*p != L'0') {
+                fractionBeyondHalf = true;
+            }
+            anyDigit = true;
+        }
+    }
+    skipBlanks();
+    if (!anyDigit || *p != L'\0') {
+        return DISP_E_TYPEMISMATCH;
+    }
+    const bool roundUp = firstFraction > 5 || (firstFraction == 5 && (fractionBeyondHalf || (whole % 2) == 1));
+    if (roundUp) {
+        whole = std::min<std::uint64_t>(whole + 1, kBeyond);
+    }
+    const std::uint64_t limit = negative ? 0x80000000ull : 0x7FFFFFFFull;
+    if (whole > limit) {
+        return DISP_E_OVERFLOW;
+    }
+    *plOut = negative ? static_cast<LONG>(-static_cast<std::int64_t>(whole)) : static_cast<LONG>(whole);
     return S_OK;
 }

@@ -126,4 +126,15 @@ private:
     T* ptr_ = nullptr;
 };
 
+template <class T>
+bool operator==(const ComPtr<T>& a, std::nullptr_t) noexcept
+{
+    return a.Get() == nullptr;
+}
+template <class T>
+bool operator!=(const ComPtr<T>& a, std::nullptr_t) noexcept
+{
+    return a.Get() != nullptr;
+}
+
 }  // namespace Microsoft::WRL

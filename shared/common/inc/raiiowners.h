@@ -28,9 +28,11 @@ private:
 class ScopedVariant {
 public:
     ScopedVariant() { VariantInit(&m_value); }
+    ScopedVariant(ScopedVariant&& other) noexcept : m_value(other.m_value) { VariantInit(&other.m_value); }
     ~ScopedVariant() { VariantClear(&m_value); }
     VARIANT* operator&() { return &m_value; }
     VARIANT& Get() { return m_value; }
+    const VARIANT& Get() const { return m_value; }
 
     ScopedVariant(const ScopedVariant&) = delete;
     ScopedVariant& operator=(const ScopedVariant&) = delete;
@@ -44,6 +46,7 @@ class ScopedBstr {
 public:
     ScopedBstr() = default;
     explicit ScopedBstr(const std::wstring& text) : m_text(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
+    ScopedBstr(ScopedBstr&& other) noexcept : m_text(other.m_text) { other.m_text = nullptr; }
     ~ScopedBstr() { SysFreeString(m_text); }
     BSTR Get() const { return m_text; }
     // For an out parameter that hands over a new BSTR.
@@ -52,6 +55,13 @@ public:
         SysFreeString(m_text);
         m_text = nullptr;
         return &m_text;
+    }
+    // Hands the BSTR over to the caller, who frees it.
+    BSTR Detach()
+    {
+        BSTR text = m_text;
+        m_text = nullptr;
+        return text;
     }
     std::wstring Text() const { return m_text == nullptr ? std::wstring() : std::wstring(m_text, SysStringLen(m_text)); }
 

@@ -121,6 +121,13 @@ std::string SubstituteIdentifiers(std::string_view text, const std::vector<Bindi
 
 std::string DecorateName(std::string_view name);
 
+// The code base names its enumerations E + a capital (EInputBin, ECutter); the Windows compiler
+// writes them "enum EInputBin" where a class would read "struct Name".
+bool IsEnumerationName(std::string_view name)
+{
+    return name.size() >= 2 && name[0] == 'E' && name[1] >= 'A' && name[1] <= 'Z';
+}
+
 // g++ spells builtin types in its own word order; these are the Windows compiler's spellings. Every
 // other type is a class as far as a log reader cares, and the Windows compiler prefixes it.
 std::string DecorateType(std::string_view type)
@@ -193,7 +200,7 @@ std::string DecorateType(std::string_view type)
         }
     }
     if (!builtin) {
-        out += "struct ";
+        out += IsEnumerationName(base) ? "enum " : "struct ";
         out += DecorateName(base);
     }
     if (!declarator.empty()) {

@@ -1,0 +1,45 @@
+#include "jobcontext.h"
+
+#include <gtest/gtest.h>
+
+#include <printerextension.h>
+#include <winspool.h>
+
+using Microsoft::WRL::ComPtr;
+using platform::SimulatedMachine;
+
+namespace testsupport {
+
+JobContext::JobContext(platform::PrinterDescription printer, bool offerDriverBag, DWORD totalPages)
+    : bag_(pipelinehost::PropertyBag::Create())
+{
+    SimulatedMachine::AddPrinter(printer);
+    SimulatedMachine::AddJob({kJobId, printer.name, L"C:\\Users\\ana\\Documents\\poster.pdf", L"ana", totalPages});
+    std::wstring name = printer.name;
+    EXPECT_TRUE(OpenPrinterW(name.data(), &printer_, nullptr));
+    bag_->Set(L"PrinterName", printer.name);
+    SetHandle(L"PrinterHandle", printer_);
+    VARIANT jobId;
+    VariantInit(&jobId);
+    jobId.vt = VT_UI4;
+    jobId.ulVal = kJobId;
+    bag_->AddProperty(L"PrintJobId", &jobId);
+    if (offerDriverBag && printer.driverPropertyBag) {
+        ComPtr<IPrinterPropertyBag> driverBag;
+        driverBag.Attach(SimulatedMachine::NewDriverPropertyBag(printer.name));
+        bag_->SetUnknown(L"DriverPropertyBag", driverBag.Get());
+    }
+}
+
+JobContext::~JobContext() { ClosePrinter(printer_); }
+
+void JobContext::SetHandle(const std::wstring& name, HANDLE handle)
+{
+    VARIANT value;
+    VariantInit(&value);
+    value.vt = VT_UINT_PTR;
+    value.byref = handle;
+    bag_->AddProperty(name.c_str(), &value);
+}
+
+}  // namespace testsupport
