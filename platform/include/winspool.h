@@ -4,8 +4,18 @@
 #include "windows.h"
 
 struct DEVMODEW;
-struct PRINTER_DEFAULTSW;
 struct SECURITY_DESCRIPTOR;
+using ACCESS_MASK = DWORD;
+
+#define PRINTER_ACCESS_ADMINISTER 0x00000004
+#define PRINTER_ACCESS_USE 0x00000008
+
+// What OpenPrinterW is asked for; the stand-in grants every access to every caller.
+struct PRINTER_DEFAULTSW {
+    LPWSTR pDatatype;
+    DEVMODEW* pDevMode;
+    ACCESS_MASK DesiredAccess;
+};
 using LPPRINTER_DEFAULTSW = PRINTER_DEFAULTSW*;
 using LPHANDLE = HANDLE*;
 using LPBYTE = BYTE*;

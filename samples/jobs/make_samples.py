@@ -101,14 +101,14 @@ def job_print_ticket(preview):
 """
 
 
-def package_parts(preview):
+def package_parts(preview, ticket=None):
     """The parts in the order they are stored; [Content_Types].xml first, as readers expect."""
     return [
         ("[Content_Types].xml", content_types()),
         ("_rels/.rels", relationships(("R0", FIXED_REPRESENTATION, "/FixedDocumentSequence.fdseq"))),
         ("FixedDocumentSequence.fdseq", document_sequence()),
         ("_rels/FixedDocumentSequence.fdseq.rels", relationships(("R1", PRINT_TICKET, "/Metadata/Job_PT.xml"))),
-        ("Metadata/Job_PT.xml", job_print_ticket(preview)),
+        ("Metadata/Job_PT.xml", ticket if ticket is not None else job_print_ticket(preview)),
         ("Documents/1/FixedDocument.fdoc", fixed_document()),
         ("Documents/1/Pages/1.fpage", fixed_page()),
     ]
@@ -125,9 +125,16 @@ def write_package(path, parts):
 
 
 def main():
-    target = HERE / "sample.xps"
-    write_package(target, package_parts(preview="OFF"))
-    print(f"wrote {target} ({target.stat().st_size} bytes)")
+    jobs = {
+        "sample.xps": package_parts(preview="OFF"),
+        # A whole ticket as the driver writes it: every feature the filter reads.
+        "poster-coated.xps": package_parts(
+            preview="OFF", ticket=(HERE.parent / "tickets" / "poster-coated.xml").read_text(encoding="utf-8")),
+    }
+    for name, parts in jobs.items():
+        target = HERE / name
+        write_package(target, parts)
+        print(f"wrote {target} ({target.stat().st_size} bytes)")
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
 #include "jobcontext.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
 
 #include <printerextension.h>
 #include <winspool.h>
@@ -16,7 +16,9 @@ JobContext::JobContext(platform::PrinterDescription printer, bool offerDriverBag
     SimulatedMachine::AddPrinter(printer);
     SimulatedMachine::AddJob({kJobId, printer.name, L"C:\\Users\\ana\\Documents\\poster.pdf", L"ana", totalPages});
     std::wstring name = printer.name;
-    EXPECT_TRUE(OpenPrinterW(name.data(), &printer_, nullptr));
+    if (!OpenPrinterW(name.data(), &printer_, nullptr)) {
+        throw std::runtime_error("the simulated spooler does not open the printer just added");
+    }
     bag_->Set(L"PrinterName", printer.name);
     SetHandle(L"PrinterHandle", printer_);
     VARIANT jobId;

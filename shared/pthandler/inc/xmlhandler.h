@@ -11,6 +11,7 @@
 #include <msxml6.h>
 #include <wrl/client.h>
 
+#include "qxdrvlogger.h"
 #include "raiiowners.h"
 
 class XMLHandler {
@@ -59,7 +60,8 @@ protected:
     IXMLDOMDocument2* m_document;
 
 private:
-    Microsoft::WRL::ComPtr<IXMLDOMNode> SelectNode(const std::wstring& query);
+    // The first node the query selects, or null; a failure is logged in the caller's name.
+    Microsoft::WRL::ComPtr<IXMLDOMNode> SelectNode(const std::wstring& query, const LogSite& caller);
     Microsoft::WRL::ComPtr<IXMLDOMElement> DocumentElement();
     Microsoft::WRL::ComPtr<IXMLDOMElement> CreateNamedElement(const std::wstring& tag, const std::wstring& keyword,
                                                               const wchar_t* namespaceUri);

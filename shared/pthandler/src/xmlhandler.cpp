@@ -95,13 +95,13 @@ void XMLHandler::GetOptionName(const std::wstring& query, wchar_t* buffer, std::
     CopyWhenItFits(colon == std::wstring::npos ? text : text.substr(colon + 1), buffer, size);
 }
 
-bool XMLHandler::IsValuePresent(const std::wstring& query) { return SelectNode(query) != nullptr; }
+bool XMLHandler::IsValuePresent(const std::wstring& query) { return SelectNode(query, QX_HERE) != nullptr; }
 
-ComPtr<IXMLDOMNode> XMLHandler::SelectNode(const std::wstring& query)
+ComPtr<IXMLDOMNode> XMLHandler::SelectNode(const std::wstring& query, const LogSite& caller)
 {
     const ScopedBstr text = AllocateBstr(query);
     ComPtr<IXMLDOMNode> node;
-    THROW_IF_FAILED(m_document->selectSingleNode(text.Get(), &node));
+    ThrowIfFailed(m_document->selectSingleNode(text.Get(), &node), caller);
     return node;
 }
 
@@ -229,7 +229,7 @@ void XMLHandler::AppendToRoot(IXMLDOMNode* node)
 
 void XMLHandler::RemoveFromRoot(const std::wstring& query)
 {
-    const ComPtr<IXMLDOMNode> node = SelectNode(query);
+    const ComPtr<IXMLDOMNode> node = SelectNode(query, QX_HERE);
     if (node == nullptr) {
         return;
     }

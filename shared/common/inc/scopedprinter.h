@@ -1,0 +1,32 @@
+// A printer handle opened for use, closed on every way out of the scope.
+#pragma once
+
+#include <string>
+
+#include <winspool.h>
+
+class ScopedPrinter {
+public:
+    // Opens the printer with no data type, no DEVMODE and use access; check Get() for success.
+    explicit ScopedPrinter(const std::wstring& printerName)
+    {
+        std::wstring name = printerName;
+        PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ACCESS_USE};
+        if (!OpenPrinterW(name.data(), &m_printer, &defaults)) {
+            m_printer = nullptr;
+        }
+    }
+    ~ScopedPrinter()
+    {
+        if (m_printer != nullptr) {
+            ClosePrinter(m_printer);
+        }
+    }
+    HANDLE Get() const { return m_printer; }
+
+    ScopedPrinter(const ScopedPrinter&) = delete;
+    ScopedPrinter& operator=(const ScopedPrinter&) = delete;
+
+private:
+    HANDLE m_printer = nullptr;
+};

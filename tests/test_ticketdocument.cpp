@@ -1,0 +1,925 @@
+// Print ticket document access and the pick-one-option feature lists, read from tickets written
+// as the driver's configuration and other producers write them.
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <ostream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <msxml6.h>
+#include <objbase.h>
+#include <platform/text.h>
+#include <wrl/client.h>
+
+#include "hrerror.h"
+#include "mediatypetable.h"
+#include "ptfeaturedescs.h"
+#include "ptlist.h"
+#include "ptnamespaces.h"
+#include "ptqueries.h"
+#include "testbstr.h"
+#include "testmachine.h"
+#include "xmlhandler.h"
+
+using Microsoft::WRL::ComPtr;
+using testsupport::Bstr;
+using testsupport::LogTail;
+
+namespace {
+
+// ---- tickets
+
+const std::wstring kTicketStart = LR"(<?xml version="1.0" encoding="UTF-8"?>
+<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
+    xmlns:psk="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
+    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
+    xmlns:ns0000="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
+)";
+const std::wstring kTicketEnd = L"</psf:PrintTicket>\n";
+
+// A ticket as the driver's configuration writes it: psk for the keywords, ns0000 for the maker's own.
+std::wstring Ticket(const std::wstring& body) { return kTicketStart + body + kTicketEnd; }
+
+// One feature with its selected option, both under the prefix.
+std::wstring FeatureXml(const std::wstring& prefix, const std::wstring& feature, const std::wstring& option)
+{
+    return L"  <psf:Feature name=\"" + prefix + L":" + feature + L"\">\n    <psf:Option name=\"" + option +
+           L"\"/>\n  </psf:Feature>\n";
+}
+
+std::wstring TicketSelecting(const std::wstring& prefix, const std::wstring& feature, const std::wstring& option)
+{
+    return Ticket(FeatureXml(prefix, feature, prefix + L":" + option));
+}
+
+// The same settings as another producer writes them: every namespace under another prefix, the
+// keywords under ns0001 and the maker's namespace under ns0002.
+const std::wstring kTicketWithUnusualPrefixes = LR"(<?xml version="1.0" encoding="UTF-8"?>
+<f:PrintTicket xmlns:f="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
+    xmlns:ns0001="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
+    xmlns:i="http://www.w3.org/2001/XMLSchema-instance" xmlns:s="http://www.w3.org/2001/XMLSchema"
+    xmlns:ns0002="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
+  <f:Feature name="ns0001:JobInputBin"><f:Option name="ns0001:Roll3"/></f:Feature>
+  <f:Feature name="ns0002:JobPrintPreview"><f:Option name="ns0002:ON"/></f:Feature>
+  <f:Feature name="ns0001:PageMediaSize">
+    <f:Option name="ns0001:ISOA1">
+      <f:ScoredProperty name="ns0001:MediaSizeWidth"><f:Value i:type="s:integer">594000</f:Value></f:ScoredProperty>
+    </f:Option>
+  </f:Feature>
+  <f:ParameterInit name="ns0001:JobCopiesAllDocuments"><f:Value i:type="s:integer">3</f:Value></f:ParameterInit>
+</f:PrintTicket>
+)";
+
+const std::wstring kTicketWithCustomaryPrefixes = Ticket(LR"(  <psf:Feature name="psk:JobInputBin">
+    <psf:Option name="psk:Roll3"/>
+  </psf:Feature>
+  <psf:Feature name="ns0000:JobPrintPreview">
+    <psf:Option name="ns0000:ON"/>
+  </psf:Feature>
+  <psf:Feature name="psk:PageMediaSize">
+    <psf:Option name="psk:ISOA1">
+      <psf:ScoredProperty name="psk:MediaSizeWidth">
+        <psf:Value xsi:type="xsd:integer">594000</psf:Value>
+      </psf:ScoredProperty>
+    </psf:Option>
+  </psf:Feature>
+  <psf:ParameterInit name="psk:JobCopiesAllDocuments">
+    <psf:Value xsi:type="xsd:integer">3</psf:Value>
+  </psf:ParameterInit>
+)");
+
+// No declaration of the maker's namespace at all, as a ticket from a generic application may come.
+const std::wstring kTicketWithoutPrivateNamespace = LR"(<?xml version="1.0" encoding="UTF-8"?>
+<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
+    xmlns:ns0001="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
+    xmlns:i="http://www.w3.org/2001/XMLSchema-instance" xmlns:s="http://www.w3.org/2001/XMLSchema" version="1">
+  <psf:Feature name="ns0001:PageMediaSize">
+    <psf:Option name="ns0001:ISOA4">
+      <psf:ScoredProperty name="ns0001:MediaSizeWidth">
+        <psf:Value i:type="s:integer">210000</psf:Value>
+      </psf:ScoredProperty>
+      <psf:ScoredProperty name="ns0001:MediaSizeHeight">
+        <psf:Value i:type="s:integer">297000</psf:Value>
+      </psf:ScoredProperty>
+    </psf:Option>
+  </psf:Feature>
+  <psf:ParameterInit name="ns0001:PageMediaSizeMediaSizeWidth">
+    <psf:Value i:type="s:integer">100</psf:Value>
+  </psf:ParameterInit>
+  <psf:ParameterInit name="ns0001:PageMediaSizeMediaSizeHeight">
+    <psf:Value i:type="s:integer">200</psf:Value>
+  </psf:ParameterInit>
+</psf:PrintTicket>
+)";
+
+// The namespaces the handler is asked for.
+const wchar_t* const kKeywords = PrintSchemaKeywordsNamespaceUri;
+const wchar_t* const kPrivate = PrivateNamespaceUri;
+
+const wchar_t kPrivateDeclaration[] = L" xmlns:ns0000=\"http://schemas.qx.com/lfp/ptpc/2006/1\"";
+
+// ---- reading a list
+
+// What a list reports: whether the ticket selects a known option, and the value.
+struct Reading {
+    bool found;
+    std::int64_t value;
+    bool operator==(const Reading& other) const { return found == other.found && value == other.value; }
+};
+
+std::ostream& operator<<(std::ostream& out, const Reading& reading)
+{
+    return out << "{found " << reading.found << ", value " << reading.value << "}";
+}
+
+using ListReader = Reading (*)(IXMLDOMDocument2*);
+
+template <class T, const FeatureDesc<T>& desc>
+Reading ReadList(IXMLDOMDocument2* document)
+{
+    GenericPTFeatureList<T, desc> list(document);
+    T value{};
+    const bool found = list.GetValue(&value);
+    return Reading{found, static_cast<std::int64_t>(value)};
+}
+
+// ---- the driver log
+
+// The records logged since the mark, each without its time and source line, for example
+// "[ERR] [ptlist:PTList<enum EInputBin>::GetValue] - Option roll3 not found for feature JobInputBin".
+std::vector<std::string> Records(const LogTail& log)
+{
+    std::vector<std::string> records;
+    std::istringstream lines(log.Settled());
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (lines.eof()) {
+            break;  // the start of the sentinel's own record
+        }
+        const std::size_t start = line.find('[');
+        const std::size_t end = line.find("] - ");
+        if (start == std::string::npos || end == std::string::npos) {
+            ADD_FAILURE() << "not a log record: " << line;
+            continue;
+        }
+        std::string site = line.substr(start, end - start);
+        site.erase(site.rfind(':'));
+        records.push_back(site + line.substr(end));
+    }
+    return records;
+}
+
+// A mark after everything logged so far has reached the file: the records of earlier reads are
+// written by the log's own thread and must not show up after the mark.
+LogTail SettledLog()
+{
+    LogTail().Settled();
+    return LogTail();
+}
+
+std::string Utf8(const std::wstring& text) { return platform::ToUtf8(text); }
+
+std::string NoMatchRecord(const std::wstring& query)
+{
+    return "[ERR] [xmlhandler:XMLHandler::GetComValue] - No match found for the query " + Utf8(query);
+}
+
+HRESULT ThrownBy(const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const hr_error& error) {
+        return error.hr;
+    }
+    return S_OK;
+}
+
+std::size_t Occurrences(const std::wstring& text, const std::wstring& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::wstring::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+class TicketTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        testsupport::TestMachine::Get();
+        ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
+        ASSERT_EQ(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument2,
+                                   reinterpret_cast<void**>(doc_.GetAddressOf())),
+                  S_OK);
+    }
+    void TearDown() override
+    {
+        doc_.Reset();
+        CoUninitialize();
+    }
+
+    // Loads the ticket from a stream of its UTF-8 bytes, as the job's ticket is loaded.
+    void Load(const std::wstring& ticket)
+    {
+        const std::string bytes = Utf8(ticket);
+        ComPtr<IStream> stream;
+        ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
+        ASSERT_EQ(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr), S_OK);
+        ASSERT_EQ(stream->Seek(LARGE_INTEGER{}, STREAM_SEEK_SET, nullptr), S_OK);
+        VARIANT source;
+        VariantInit(&source);
+        source.vt = VT_UNKNOWN;
+        source.punkVal = stream.Get();
+        VARIANT_BOOL loaded = VARIANT_FALSE;
+        ASSERT_EQ(doc_->load(source, &loaded), S_OK);
+        ASSERT_EQ(loaded, VARIANT_TRUE);
+    }
+
+    std::wstring Markup(IXMLDOMNode* node = nullptr)
+    {
+        Bstr xml;
+        EXPECT_EQ((node != nullptr ? node : static_cast<IXMLDOMNode*>(doc_.Get()))->get_xml(xml.Out()), S_OK);
+        return xml.Text();
+    }
+
+    template <class T, const FeatureDesc<T>& desc>
+    Reading Read()
+    {
+        return ReadList<T, desc>(doc_.Get());
+    }
+
+    ComPtr<IXMLDOMDocument2> doc_;
+};
+
+// ---- finding keywords by namespace
+
+class DocumentAccess : public TicketTest {};
+
+TEST_F(DocumentAccess, TheHandlerSelectsTheFrameworkNamespaceAsPsfWhateverTheTicketCallsIt)
+{
+    Load(kTicketWithUnusualPrefixes);
+    ComPtr<IXMLDOMNode> node;
+    EXPECT_EQ(doc_->selectSingleNode(Bstr(L"psf:PrintTicket"), &node), E_FAIL) << "psf is bound by no one yet";
+
+    const auto references = [&] {
+        doc_->AddRef();
+        return doc_->Release();
+    };
+    const ULONG borrowed = references();
+    XMLHandler handler(doc_.Get());
+    EXPECT_EQ(references(), borrowed) << "the document is borrowed, not held";
+    VARIANT value;
+    VariantInit(&value);
+    ASSERT_EQ(doc_->getProperty(Bstr(L"SelectionNamespaces"), &value), S_OK);
+    ASSERT_EQ(value.vt, VT_BSTR);
+    EXPECT_EQ(std::wstring(value.bstrVal),
+              L"xmlns:psf='http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework'");
+    VariantClear(&value);
+    EXPECT_TRUE(handler.IsValuePresent(L"psf:PrintTicket/psf:Feature"));
+}
+
+TEST_F(DocumentAccess, KeywordsAreFoundWhateverPrefixesTheTicketBindsTheirNamespacesTo)
+{
+    for (const std::wstring& ticket : {kTicketWithCustomaryPrefixes, kTicketWithUnusualPrefixes}) {
+        SCOPED_TRACE(Utf8(ticket));
+        Load(ticket);
+        EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{true, 6}));
+        EXPECT_EQ((Read<EOnOff, printPreviewDesc>()), (Reading{true, 1}));
+        XMLHandler handler(doc_.Get());
+        EXPECT_EQ(handler.GetIntValue(ParameterValueQuery(L"JobCopiesAllDocuments", kKeywords)), 3);
+        EXPECT_EQ(handler.GetIntValue(ScoredPropertyValueQuery(L"PageMediaSize", kKeywords,
+                                                               L"MediaSizeWidth", kKeywords)),
+                  594000);
+        EXPECT_TRUE(handler.IsValuePresent(OptionPresenceQuery(L"PageMediaSize", kKeywords, L"ISOA1")));
+        EXPECT_FALSE(handler.IsValuePresent(OptionPresenceQuery(L"PageMediaSize", kKeywords, L"ISOA0")));
+    }
+}
+
+TEST_F(DocumentAccess, AKeywordBoundToAnotherNamespaceIsNotFound)
+{
+    // psk:JobInputBin reads right, but here psk names the maker's namespace, and k the keywords.
+    Load(LR"(<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
+    xmlns:k="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
+    xmlns:psk="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
+  <psf:Feature name="psk:JobInputBin"><psf:Option name="psk:Roll3"/></psf:Feature>
+  <psf:Feature name="k:JobPrintPreview"><psf:Option name="k:ON"/></psf:Feature>
+</psf:PrintTicket>)");
+    const LogTail log = SettledLog();
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{false, 0}));
+    EXPECT_EQ((Read<EOnOff, printPreviewDesc>()), (Reading{false, 0}));
+    const std::vector<std::string> records = Records(log);
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(records[1], "[INF] [ptlist:PTList<enum EInputBin>::GetValue] - Option for feature JobInputBin not found");
+    EXPECT_EQ(records[3],
+              "[INF] [ptlist:PTList<enum EOnOff>::GetValue] - Option for feature JobPrintPreview not found");
+}
+
+TEST_F(DocumentAccess, AnOptionIsMatchedByTheTextAfterItsFirstColonOnly)
+{
+    const std::vector<std::pair<std::wstring, std::wstring>> cases{
+        {L"psk:Roll3", L"Roll3"},
+        {L"ns0000:Roll3", L"Roll3"},    // another prefix than its feature's
+        {L"undeclared:Roll3", L"Roll3"},  // a prefix is only text in an attribute value
+        {L"Roll3", L"Roll3"},           // no prefix: taken whole
+        {L"a:b:Roll3", L"b:Roll3"},
+        {L"psk:", L""},
+    };
+    for (const auto& [option, keyword] : cases) {
+        SCOPED_TRACE(Utf8(option));
+        Load(Ticket(FeatureXml(L"psk", L"JobInputBin", option)));
+        XMLHandler handler(doc_.Get());
+        wchar_t buffer[256] = L"stale";
+        handler.GetOptionName(FeatureOptionQuery(L"JobInputBin", kKeywords), buffer, 256);
+        EXPECT_EQ(std::wstring(buffer), keyword);
+        EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{keyword == L"Roll3", keyword == L"Roll3" ? 6 : 0}));
+    }
+}
+
+TEST_F(DocumentAccess, AnOptionInAnotherCaseIsUnknownAndLoggedWithItsFeature)
+{
+    Load(TicketSelecting(L"psk", L"JobInputBin", L"roll3"));
+    const LogTail log = SettledLog();
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{false, 0}));
+    EXPECT_EQ(Records(log),
+              std::vector<std::string>{
+                  "[ERR] [ptlist:PTList<enum EInputBin>::GetValue] - Option roll3 not found for feature JobInputBin"});
+
+    // On and off are written in capitals, but the gloss enhancer's off is "Off".
+    Load(TicketSelecting(L"ns0000", L"JobPrintPreview", L"On"));
+    EXPECT_EQ((Read<EOnOff, printPreviewDesc>()), (Reading{false, 0}));
+    Load(TicketSelecting(L"ns0000", L"JobGlossEnhancer", L"OFF"));
+    EXPECT_EQ((Read<EGlossEnhancer, glossEnhancerDesc>()), (Reading{false, -1}));
+}
+
+TEST_F(DocumentAccess, AnAbsentFeatureLogsTheWholeQueryThenTheFeature)
+{
+    Load(TicketSelecting(L"psk", L"JobInputBin", L"Roll3"));
+    struct Case {
+        ListReader read;
+        Reading expected;
+        std::wstring query;
+        std::string info;
+    };
+    // The option query as it must read, piece by piece.
+    const auto optionQuery = [](const std::wstring& feature, const std::wstring& namespaceUri) {
+        return L"psf:PrintTicket/psf:Feature[substring-after(@name,':')='" + feature + L"']" +
+               L"[name(namespace::*[.='" + namespaceUri + L"'])=substring-before(@name,':')]/psf:Option/@name";
+    };
+    const std::wstring keywords = L"http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords";
+    const std::wstring maker = L"http://schemas.qx.com/lfp/ptpc/2006/1";
+    const std::vector<Case> cases{
+        {&ReadList<EOnOff, printPreviewDesc>, {false, 0}, optionQuery(L"JobPrintPreview", maker),
+         "[INF] [ptlist:PTList<enum EOnOff>::GetValue] - Option for feature JobPrintPreview not found"},
+        {&ReadList<EAlignment, alignmentDesc>, {false, -1}, optionQuery(L"JobAlignment", maker),
+         "[INF] [ptlist:PTList<enum EAlignment>::GetValue] - Option for feature JobAlignment not found"},
+        {&ReadList<unsigned int, resolutionDesc>, {false, 600}, optionQuery(L"PageResolution", keywords),
+         "[INF] [ptlist:PTList<unsigned int>::GetValue] - Option for feature PageResolution not found"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.info);
+        const LogTail log = SettledLog();
+        EXPECT_EQ(c.read(doc_.Get()), c.expected);
+        EXPECT_EQ(Records(log), (std::vector<std::string>{NoMatchRecord(c.query), c.info}));
+    }
+}
+
+TEST_F(DocumentAccess, OfTwoMatchingFeaturesTheFirstInDocumentOrderWins)
+{
+    Load(Ticket(FeatureXml(L"psk", L"JobInputBin", L"psk:Roll1") + FeatureXml(L"psk", L"JobInputBin", L"psk:Roll2")));
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{true, 4}));
+
+    // A first feature of the same name in another namespace is no match at all.
+    Load(Ticket(FeatureXml(L"ns0000", L"JobInputBin", L"ns0000:Roll1") +
+                FeatureXml(L"psk", L"JobInputBin", L"psk:Roll2")));
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{true, 5}));
+
+    // Removing takes out the first match only; the second then decides.
+    Load(Ticket(FeatureXml(L"psk", L"JobInputBin", L"psk:Roll1") + FeatureXml(L"psk", L"JobInputBin", L"psk:Roll2")));
+    XMLHandler(doc_.Get()).RemoveFeature(L"JobInputBin", kKeywords);
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{true, 5}));
+}
+
+TEST_F(DocumentAccess, ATextIsCopiedWholeWhenItFitsTheBufferAndOtherwiseNotAtAll)
+{
+    constexpr std::size_t kSize = 256;
+    for (const std::size_t length : {std::size_t{0}, std::size_t{1}, kSize - 1, kSize, kSize + 100}) {
+        SCOPED_TRACE(length);
+        const std::wstring text(length, L'c');
+        const std::wstring expected = length < kSize ? text : std::wstring();
+        Load(Ticket(L"<psf:ParameterInit name=\"psk:JobComment\"><psf:Value xsi:type=\"xsd:string\">" + text +
+                    L"</psf:Value></psf:ParameterInit>" + FeatureXml(L"psk", L"JobInputBin", L"psk:" + text)));
+        XMLHandler handler(doc_.Get());
+        // One character past the buffer shows that nothing is written beyond it.
+        std::wstring buffer(kSize + 1, L'#');
+        handler.GetStringValue(ParameterValueQuery(L"JobComment", kKeywords), buffer.data(), kSize);
+        EXPECT_EQ(std::wstring(buffer.c_str()), expected);
+        EXPECT_EQ(buffer[kSize], L'#');
+
+        buffer.assign(kSize + 1, L'#');
+        handler.GetOptionName(FeatureOptionQuery(L"JobInputBin", kKeywords), buffer.data(), kSize);
+        EXPECT_EQ(std::wstring(buffer.c_str()), expected);
+        EXPECT_EQ(buffer[kSize], L'#');
+    }
+}
+
+TEST_F(DocumentAccess, AQueryThatSelectsNothingIsEPointerForValuesButAnAnswerForPresence)
+{
+    Load(kTicketWithCustomaryPrefixes);
+    XMLHandler handler(doc_.Get());
+    const std::wstring query = ParameterValueQuery(L"JobPin", kPrivate);
+    wchar_t buffer[16] = L"stale";
+    const std::vector<std::pair<const char*, std::function<void()>>> reads{
+        {"GetComValue", [&] { handler.GetComValue(query); }},
+        {"GetIntValue", [&] { handler.GetIntValue(query); }},
+        {"GetStringValue", [&] { handler.GetStringValue(query, buffer, 16); }},
+        {"GetOptionName", [&] { handler.GetOptionName(query, buffer, 16); }},
+    };
+    for (const auto& [what, read] : reads) {
+        SCOPED_TRACE(what);
+        const LogTail log = SettledLog();
+        EXPECT_EQ(ThrownBy(read), E_POINTER);
+        EXPECT_EQ(Records(log), std::vector<std::string>{NoMatchRecord(query)});
+    }
+    EXPECT_EQ(std::wstring(buffer), L"") << "the buffer is emptied before the read";
+
+    const LogTail log = SettledLog();
+    EXPECT_FALSE(handler.IsValuePresent(query));
+    EXPECT_TRUE(Records(log).empty());
+}
+
+const std::wstring kMalformedQuery = L"psf:PrintTicket[";
+const std::string kFailedSelection = "Exception thrown because of failed hresult -2147467259";  // E_FAIL
+
+TEST_F(DocumentAccess, AFailingSelectionIsThrownWithItsHresult)
+{
+    Load(kTicketWithCustomaryPrefixes);
+    XMLHandler handler(doc_.Get());
+    const LogTail log = SettledLog();
+    EXPECT_EQ(ThrownBy([&] { handler.GetComValue(kMalformedQuery); }), E_FAIL);
+    EXPECT_EQ(Records(log),
+              std::vector<std::string>{"[ERR] [xmlhandler:XMLHandler::GetComValue] - " + kFailedSelection});
+}
+
+// The failure is the caller's, not that of the private helper it selects through.
+TEST_F(DocumentAccess, AFailingPresenceQueryIsLoggedUnderIsValuePresent)
+{
+    Load(kTicketWithCustomaryPrefixes);
+    XMLHandler handler(doc_.Get());
+    const LogTail log = SettledLog();
+    EXPECT_EQ(ThrownBy([&] { handler.IsValuePresent(kMalformedQuery); }), E_FAIL);
+    EXPECT_EQ(Records(log),
+              std::vector<std::string>{"[ERR] [xmlhandler:XMLHandler::IsValuePresent] - " + kFailedSelection});
+}
+
+TEST_F(DocumentAccess, NumbersAreReadFromTheirText)
+{
+    const std::vector<std::pair<std::wstring, std::int32_t>> cases{
+        {L"3", 3}, {L"-12", -12}, {L"914400", 914400}, {L"2147483647", 2147483647}, {L"abc", 0}, {L"", 0},
+    };
+    for (const auto& [text, number] : cases) {
+        SCOPED_TRACE(Utf8(text));
+        Load(Ticket(L"<psf:ParameterInit name=\"psk:JobCopiesAllDocuments\"><psf:Value xsi:type=\"xsd:integer\">" +
+                    text + L"</psf:Value></psf:ParameterInit>"));
+        XMLHandler handler(doc_.Get());
+        EXPECT_EQ(handler.GetIntValue(ParameterValueQuery(L"JobCopiesAllDocuments", kKeywords)),
+                  number);
+    }
+}
+
+// ---- namespace prefixes
+
+class NamespacePrefixes : public TicketTest {};
+
+TEST_F(NamespacePrefixes, ADeclaredNamespaceGivesTheTicketsPrefix)
+{
+    Load(kTicketWithUnusualPrefixes);
+    const std::wstring before = Markup();
+    XMLHandler handler(doc_.Get());
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(kKeywords), L"ns0001");
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(kPrivate), L"ns0002");
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(PrintSchemaFrameworkNamespaceUri), L"f");
+    EXPECT_EQ(handler.GetQualifiedName(L"JobInputBin", kKeywords), L"ns0001:JobInputBin");
+    EXPECT_EQ(handler.GetQualifiedName(L"integer", XmlSchemaNamespaceUri), L"s:integer");
+    EXPECT_EQ(handler.GetQualifiedName(L"name", nullptr), L"name");
+    EXPECT_EQ(Markup(), before) << "asking changes nothing";
+}
+
+TEST_F(NamespacePrefixes, TheMakersNamespaceIsDeclaredOnceAsNs0000WhenTheTicketLacksIt)
+{
+    Load(kTicketWithoutPrivateNamespace);
+    XMLHandler handler(doc_.Get());
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(kPrivate), L"ns0000");
+    const std::wstring declared = Markup();
+    EXPECT_EQ(Occurrences(declared, kPrivateDeclaration), 1u);
+    EXPECT_EQ(Occurrences(declared, L"xmlns:ns0000"), 1u);
+    const std::wstring rootTag = declared.substr(0, declared.find(L'>', declared.find(L"<psf:PrintTicket")));
+    EXPECT_NE(rootTag.find(kPrivateDeclaration), std::wstring::npos) << "on the document element:\n" << Utf8(declared);
+
+    EXPECT_EQ(handler.GetQualifiedName(L"JobPin", kPrivate), L"ns0000:JobPin");
+    EXPECT_EQ(Markup(), declared);
+    // Another handler finds the declaration in the document.
+    EXPECT_EQ(XMLHandler(doc_.Get()).GetNamespacePrefixFromURI(kPrivate), L"ns0000");
+    EXPECT_EQ(Markup(), declared);
+}
+
+TEST_F(NamespacePrefixes, EachHandlerKeepsThePrefixesItFound)
+{
+    Load(kTicketWithCustomaryPrefixes);
+    XMLHandler handler(doc_.Get());
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(kKeywords), L"psk");
+
+    // The same document object now holds a ticket that binds the keywords to ns0001.
+    Load(kTicketWithUnusualPrefixes);
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(kKeywords), L"psk");
+    EXPECT_EQ(XMLHandler(doc_.Get()).GetNamespacePrefixFromURI(kKeywords), L"ns0001");
+}
+
+TEST_F(NamespacePrefixes, TheDeclaredMakersPrefixIsKeptWithoutTouchingTheDocumentAgain)
+{
+    Load(kTicketWithoutPrivateNamespace);
+    XMLHandler handler(doc_.Get());
+    ASSERT_EQ(handler.GetNamespacePrefixFromURI(kPrivate), L"ns0000");
+
+    Load(kTicketWithoutPrivateNamespace);
+    const std::wstring fresh = Markup();
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(kPrivate), L"ns0000");
+    EXPECT_EQ(Markup(), fresh);
+    EXPECT_EQ(fresh.find(L"xmlns:ns0000"), std::wstring::npos);
+}
+
+TEST_F(NamespacePrefixes, AnotherUndeclaredNamespaceGivesTheEmptyPrefixEveryTime)
+{
+    Load(kTicketWithCustomaryPrefixes);
+    const std::string record =
+        "[ERR] [xmlhandler:XMLHandler::GetNamespacePrefixFromURI] - nsNode is null. Namespace not available";
+    XMLHandler handler(doc_.Get());
+    const std::wstring before = Markup();
+    const LogTail log = SettledLog();
+    EXPECT_EQ(handler.GetNamespacePrefixFromURI(L"urn:other"), L"");
+    EXPECT_EQ(handler.GetQualifiedName(L"thing", L"urn:other"), L":thing");
+    EXPECT_EQ(Records(log), (std::vector<std::string>{record, record})) << "nothing is cached";
+    EXPECT_EQ(Markup(), before);
+}
+
+// ---- editing
+
+class TicketEditing : public TicketTest {
+protected:
+    static void Append(IXMLDOMElement* parent, IXMLDOMElement* child)
+    {
+        ComPtr<IXMLDOMNode> appended;
+        ASSERT_EQ(parent->appendChild(child, &appended), S_OK);
+    }
+};
+
+TEST_F(TicketEditing, ACreatedFeatureIsReadLikeOneTheTicketBroughtAlong)
+{
+    Load(kTicketWithoutPrivateNamespace);
+    EXPECT_EQ((Read<EOnOff, printPreviewDesc>()), (Reading{false, 0}));
+
+    XMLHandler handler(doc_.Get());
+    const ComPtr<IXMLDOMElement> feature = handler.CreateFeature(L"JobPrintPreview", kPrivate);
+    Append(feature.Get(), handler.CreateOption(L"ON", kPrivate).Get());
+    handler.AppendToRoot(feature.Get());
+
+    EXPECT_EQ(Markup(feature.Get()),
+              L"<psf:Feature name=\"ns0000:JobPrintPreview\"><psf:Option name=\"ns0000:ON\"/></psf:Feature>");
+    const std::wstring markup = Markup();
+    EXPECT_EQ(Occurrences(markup, kPrivateDeclaration), 1u);
+    EXPECT_NE(markup.find(L"</psf:ParameterInit><psf:Feature name=\"ns0000:JobPrintPreview\">"), std::wstring::npos)
+        << "appended as the last child:\n" << Utf8(markup);
+    EXPECT_EQ((Read<EOnOff, printPreviewDesc>()), (Reading{true, 1}));
+}
+
+TEST_F(TicketEditing, ACustomPageSizeIsWrittenWithTheTicketsOwnPrefixes)
+{
+    Load(kTicketWithoutPrivateNamespace);
+    XMLHandler handler(doc_.Get());
+    handler.RemoveParameterInit(L"PageMediaSizeMediaSizeWidth", kKeywords);
+    handler.RemoveParameterInit(L"PageMediaSizeMediaSizeHeight", kKeywords);
+    handler.RemoveFeature(L"PageMediaSize", kKeywords);
+    EXPECT_EQ(Markup().find(L"ns0001:PageMediaSize"), std::wstring::npos) << Utf8(Markup());
+
+    const ComPtr<IXMLDOMElement> feature = handler.CreateFeature(L"PageMediaSize", kKeywords);
+    handler.AppendToRoot(feature.Get());
+    const ComPtr<IXMLDOMElement> option = handler.CreateOption(L"CustomMediaSize", kKeywords);
+    Append(feature.Get(), option.Get());
+    const std::vector<std::pair<std::wstring, std::uint32_t>> sizes{{L"Width", 914400}, {L"Height", 4294967295u}};
+    for (const auto& [dimension, value] : sizes) {
+        const std::wstring parameterKeyword = L"PageMediaSizeMediaSize" + dimension;
+        const ComPtr<IXMLDOMElement> property = handler.CreateScoredProperty(L"MediaSize" + dimension, kKeywords);
+        Append(property.Get(), handler.CreateParameterRef(parameterKeyword, kKeywords).Get());
+        Append(option.Get(), property.Get());
+        const ComPtr<IXMLDOMElement> parameter = handler.CreateParameterInit(parameterKeyword, kKeywords);
+        Append(parameter.Get(), handler.CreateIntegerValue(value).Get());
+        handler.AppendToRoot(parameter.Get());
+    }
+
+    EXPECT_EQ(Markup(feature.Get()),
+              L"<psf:Feature name=\"ns0001:PageMediaSize\"><psf:Option name=\"ns0001:CustomMediaSize\">"
+              L"<psf:ScoredProperty name=\"ns0001:MediaSizeWidth\">"
+              L"<psf:ParameterRef name=\"ns0001:PageMediaSizeMediaSizeWidth\"/></psf:ScoredProperty>"
+              L"<psf:ScoredProperty name=\"ns0001:MediaSizeHeight\">"
+              L"<psf:ParameterRef name=\"ns0001:PageMediaSizeMediaSizeHeight\"/></psf:ScoredProperty>"
+              L"</psf:Option></psf:Feature>");
+    const std::wstring markup = Markup();
+    EXPECT_NE(markup.find(L"<psf:ParameterInit name=\"ns0001:PageMediaSizeMediaSizeWidth\">"
+                          L"<psf:Value i:type=\"s:integer\">914400</psf:Value></psf:ParameterInit>"
+                          L"<psf:ParameterInit name=\"ns0001:PageMediaSizeMediaSizeHeight\">"
+                          L"<psf:Value i:type=\"s:integer\">4294967295</psf:Value></psf:ParameterInit>"
+                          L"</psf:PrintTicket>"),
+              std::wstring::npos)
+        << Utf8(markup);
+    EXPECT_EQ(Occurrences(markup, L"PageMediaSizeMediaSizeWidth"), 2u) << "the old parameter is gone";
+
+    EXPECT_EQ(handler.GetIntValue(ParameterValueQuery(L"PageMediaSizeMediaSizeWidth", kKeywords)), 914400);
+    EXPECT_TRUE(handler.IsValuePresent(OptionPresenceQuery(L"PageMediaSize", kKeywords, L"CustomMediaSize")));
+    EXPECT_FALSE(handler.IsValuePresent(OptionPresenceQuery(L"PageMediaSize", kKeywords, L"ISOA4")));
+    // The scored properties refer to the parameters and hold no value of their own.
+    const std::wstring width = ScoredPropertyValueQuery(L"PageMediaSize", kKeywords, L"MediaSizeWidth", kKeywords);
+    EXPECT_EQ(ThrownBy([&] { handler.GetIntValue(width); }), E_POINTER);
+    EXPECT_EQ((Read<EMediaSize, mediaSizeDesc>()), (Reading{false, 1})) << "CustomMediaSize is no named size";
+}
+
+TEST_F(TicketEditing, RemovingWhatIsAbsentChangesNothing)
+{
+    Load(kTicketWithCustomaryPrefixes);
+    XMLHandler handler(doc_.Get());
+    const std::wstring before = Markup();
+    const LogTail log = SettledLog();
+    // JobPrintPreview is there, but in the maker's namespace.
+    handler.RemoveFeature(L"JobPrintPreview", kKeywords);
+    handler.RemoveFeature(L"PageMediaType", kKeywords);
+    handler.RemoveParameterInit(L"JobCopiesAllDocuments", kPrivate);
+    handler.RemoveParameterInit(L"PageMediaSizeMediaSizeWidth", kKeywords);
+    EXPECT_EQ(Markup(), before);
+    EXPECT_TRUE(Records(log).empty());
+
+    handler.RemoveParameterInit(L"JobCopiesAllDocuments", kKeywords);
+    handler.RemoveFeature(L"JobPrintPreview", kPrivate);
+    EXPECT_FALSE(handler.IsValuePresent(ParameterNodeQuery(L"JobCopiesAllDocuments", kKeywords)));
+    EXPECT_EQ((Read<EOnOff, printPreviewDesc>()), (Reading{false, 0}));
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{true, 6})) << "the other features stay";
+}
+
+// ---- the feature tables
+
+enum class Namespace { Keywords, Private };
+using Options = std::vector<std::pair<std::wstring, std::int64_t>>;
+
+struct FeatureCase {
+    std::wstring keyword;
+    Namespace space;
+    ListReader read;
+    Options options;
+    std::int64_t defaultValue;
+};
+
+const Options kOnOff{{L"ON", 1}, {L"OFF", 0}};
+
+// The named sizes in table order; their values run from 2.
+const std::vector<std::wstring> kMediaSizes{
+    L"NorthAmericaLetter", L"NorthAmericaTabloid", L"NorthAmericaCSheet", L"NorthAmericaDSheet",
+    L"NorthAmericaESheet", L"F", L"NorthAmericaLegal", L"NorthAmericaArchitectureASheet",
+    L"NorthAmericaArchitectureBSheet", L"NorthAmericaArchitectureCSheet", L"NorthAmericaArchitectureDSheet",
+    L"NorthAmericaArchitectureESheet", L"ArchE1", L"ArchE2", L"ArchE3", L"ISOA0", L"ISOA1", L"ISOA2", L"ISOA3",
+    L"ISOA4", L"ISOB0", L"ISOB1", L"ISOB2", L"ISOB3", L"ISOB4", L"JISB0", L"JISB1", L"JISB2", L"JISB3", L"JISB4",
+    L"NorthAmericaSuperB", L"SuperCA2", L"SuperDA1", L"NorthAmerica10x12", L"_10X15", L"_11X14", L"_12X16",
+    L"NorthAmerica14x17", L"_14X18", L"_16X20", L"_18X22", L"_20X24", L"_22X28", L"_24X30", L"_30cmX40cm",
+    L"_30cmX45cm", L"_35cmX46cm", L"_40cmX60cm", L"_50cmX76cm", L"_60cmX90cm", L"NorthAmericaExecutive",
+    L"NorthAmericaStatement", L"ISOC0", L"ISOC1", L"ISOC2", L"ISOC3", L"ISOC4"};
+
+Options Numbered(const std::vector<std::wstring>& keywords, std::int64_t first)
+{
+    Options options;
+    for (const std::wstring& keyword : keywords) {
+        options.emplace_back(keyword, first++);
+    }
+    return options;
+}
+
+// Every described feature with its options and default, as the driver's tickets use them. The
+// media catalogue is checked by its fixed rows here and row by row below.
+const std::vector<FeatureCase>& DescribedFeatures()
+{
+    static const std::vector<FeatureCase> features{
+        {L"JobInputBin", Namespace::Keywords, &ReadList<EInputBin, inputBinDesc>,
+         {{L"AutoSelect", 0}, {L"Manual", 1}, {L"Tray", 2}, {L"Roll", 3}, {L"Roll1", 4}, {L"Roll2", 5}, {L"Roll3", 6},
+          {L"Roll4", 7}, {L"Roll5", 8}, {L"Roll6", 9}, {L"SheetFeeder", 10}},
+         0},
+        {L"PageOutputQuality", Namespace::Keywords, &ReadList<EQuality, qualityDesc>,
+         {{L"Draft", 0}, {L"Normal", 1}, {L"High", 2}, {L"LinesFast", 3}, {L"UniformAreas", 4}, {L"HighDetail", 5}},
+         1},
+        {L"JobEconomode", Namespace::Private, &ReadList<EOnOff, economodeDesc>, kOnOff, -1},
+        {L"JobUnidirectional", Namespace::Private, &ReadList<EOnOff, unidirectionalDesc>, kOnOff, -1},
+        {L"JobMaxDetail", Namespace::Private, &ReadList<EOnOff, maxDetailDesc>, kOnOff, 0},
+        {L"JobMorePasses", Namespace::Private, &ReadList<EOnOff, morePassesDesc>, kOnOff, -1},
+        {L"JobMarginsLayout", Namespace::Private, &ReadList<EMarginsLayout, marginsLayoutDesc>,
+         {{L"Standard", 0}, {L"ClipContentsByMargins", 1}, {L"Oversize", 2}, {L"BorderlessManual", 3},
+          {L"BorderlessAutomatic", 4}},
+         0},
+        {L"JobAlignment", Namespace::Private, &ReadList<EAlignment, alignmentDesc>,
+         {{L"KeepLeft", 0}, {L"Center", 1}, {L"KeepRight", 2}, {L"UsePrinterSettings", 3}}, -1},
+        {L"PageOutputColor", Namespace::Keywords, &ReadList<EOutputColor, outputColorDesc>,
+         {{L"Color", 0}, {L"Grayscale", 1}, {L"Monochrome", 2}}, -1},
+        // Rows 1 to 8 are the maker's earlier plotters, as the driver's configuration names them.
+        {L"JobPrinterEmulation", Namespace::Private, &ReadList<EEmulatedPrinter, emulatedPrinterDesc>,
+         {{L"None", 0}, {L"QXPlotline500", 1}, {L"QXPlotline650", 2}, {L"QXPlotline750", 3}, {L"QXPlotline1050", 4},
+          {L"QXColorwave3000", 5}, {L"QXColorwave5000", 6}, {L"QXTerraline100", 7}, {L"QXTerraline800", 8}},
+         -1},
+        {L"PageRGBColorManagement", Namespace::Private, &ReadList<ERgbColorManagement, rgbColorMgmDesc>,
+         {{L"None", 0}, {L"sRGB", 1}, {L"AdobeRGB", 2}, {L"AppleRGB", 3}, {L"ColorMatchRGB", 4}}, -1},
+        {L"PageCMYKColorManagement", Namespace::Private, &ReadList<ECmykColorManagement, cmykColorMgmDesc>,
+         {{L"None", 0}, {L"CoatedGRACol2006ISO12647", 1}, {L"DIC", 2}, {L"EuroscaleUncoatedv2", 3},
+          {L"COATED_FOGRA39", 4}, {L"ISOCoatedv2ECI", 5}, {L"JapanColor2001Coated", 6},
+          {L"JapanColor2001Uncoated", 7}, {L"JapanColor2002Newspaper", 8}, {L"JapanColor2003WebCoated", 9},
+          {L"JapanWebCoatedAd", 10}, {L"JMPA", 11}, {L"PSOLWCImprovedECI", 12}, {L"PSOUncoatedISO12647ECI", 13},
+          {L"TOYO", 14}, {L"USSheetfedCoatedv2", 15}, {L"USSheetfedUncoatedv2", 16}, {L"USWebCoatedSWOPv2", 17},
+          {L"USWebUncoatedv2", 18}, {L"WebCoatedSWOP2006Grade3", 19}, {L"WebCoatedSWOP2006Grade5", 20}},
+         0},
+        {L"JobEnableCropLines", Namespace::Private, &ReadList<EOnOff, cropLinesDesc>, kOnOff, -1},
+        {L"DocumentCollate", Namespace::Keywords, &ReadList<ECollate, collateDesc>,
+         {{L"Collated", 1}, {L"Uncollated", 0}}, 0},
+        {L"JobPageOrder", Namespace::Private, &ReadList<EReverse, reverseDesc>,
+         {{L"Standard", 0}, {L"Reverse", 1}, {L"FirstPageOnTop", 2}, {L"LastPageOnTop", 3}}, 0},
+        {L"JobOutputBin", Namespace::Private, &ReadList<EOutputBin, outputBinDesc>,
+         {{L"Basket", 0}, {L"Stacker", 1}, {L"Folder", 2}, {L"HighCapacityStacker", 3}, {L"Genericaccessory", 4},
+          {L"AutoSelect", 5}, {L"RearStacker", 6}},
+         -1},
+        {L"PagePantoneEmulation", Namespace::Private, &ReadList<EOnOff, pantoneEmulationDesc>, kOnOff, -1},
+        {L"JobHoldForAttendedMode", Namespace::Private, &ReadList<EOnOff, holdForAttendedDesc>, kOnOff, -1},
+        {L"JobEnableVerticalCutter", Namespace::Private, &ReadList<EOnOff, verticalCutterDesc>, kOnOff, -1},
+        {L"JobPrintPreview", Namespace::Private, &ReadList<EOnOff, printPreviewDesc>, kOnOff, 0},
+        {L"JobRemoveBlankAreas", Namespace::Private, &ReadList<EOnOff, removeBlankAreasDesc>, kOnOff, 0},
+        {L"JobStorage", Namespace::Private, &ReadList<EPrivacyLevel, jobStorageDesc>,
+         {{L"Public", 0}, {L"Delete", 1}, {L"Personal", 2}, {L"Pin", 3}}, -1},
+        {L"PageMirrorImage", Namespace::Keywords, &ReadList<EMirror, mirrorDesc>,
+         {{L"None", 0}, {L"MirrorImageWidth", 1}, {L"MirrorImageHeight", 2}}, 0},
+        {L"JobFolderStyle", Namespace::Private, &ReadList<EFolderStyle, foldingStylesDesc>,
+         {{L"UsePrinterDefault", 0}, {L"Predefined1", 1}, {L"Predefined2", 2}, {L"Predefined3", 3},
+          {L"Predefined4", 4}, {L"NotFolded", 5}, {L"Predefined5", 6}, {L"Predefined6", 7}, {L"Predefined7", 8},
+          {L"Predefined8", 9}, {L"Predefined9", 10}, {L"Predefined10", 11}, {L"DINB210x297", 12},
+          {L"DINC210x297", 13}, {L"DINB210x305", 14}, {L"FanFoldOnly210", 15}, {L"DINA19020x297", 16}},
+         -1},
+        {L"JobUserMargin", Namespace::Private, &ReadList<EUserMargin, userMarginDesc>,
+         {{L"_0mm", 0}, {L"_3mm", 1}, {L"_5mm", 2}}, 2},
+        {L"PageOrientation", Namespace::Keywords, &ReadList<EOrientation, orientationDesc>,
+         {{L"Portrait", 0}, {L"Landscape", 1}}, 0},
+        {L"JobRotate", Namespace::Private, &ReadList<ERotate, rotateDesc>,
+         {{L"None", 0}, {L"Rotate0", 4}, {L"Rotate90", 1}, {L"Rotate180", 2}, {L"Rotate270", 3}}, 0},
+        {L"PageAutorotate", Namespace::Private, &ReadList<EAutorotate, autorotateDesc>,
+         {{L"None", 0}, {L"Printer", 1}, {L"_17inches", 2}, {L"_18inches", 3}, {L"_24inches", 4}, {L"_30inches", 5},
+          {L"_36inches", 6}, {L"_40inches", 7}, {L"_42inches", 8}, {L"_44inches", 9}, {L"_50inches", 10},
+          {L"_54inches", 11}, {L"_60inches", 12}, {L"AUTOROTATEA0", 13}, {L"AUTOROTATEA1", 14},
+          {L"AUTOROTATEA2", 15}, {L"AUTOROTATEJISB0", 16}, {L"AUTOROTATEJISB1", 17}},
+         0},
+        {L"PageColorManagement", Namespace::Keywords, &ReadList<EColorManagement, ColorMgmDesc>,
+         {{L"Driver", 1}, {L"None", 0}}, 1},
+        {L"JobPrintQualitySettings", Namespace::Private, &ReadList<EPrintQualitySettings, printQualitySettingsDesc>,
+         {{L"Custom", 1}, {L"Standard", 0}}, 0},
+        {L"JobGlossEnhancer", Namespace::Private, &ReadList<EGlossEnhancer, glossEnhancerDesc>,
+         {{L"Off", 1}, {L"Economode", 3}, {L"FullPage", 2}}, -1},
+        {L"PageICMRenderingIntent", Namespace::Keywords, &ReadList<ERenderingIntent, renderingIntentDesc>,
+         {{L"BusinessGraphics", 0}, {L"Photographs", 1}, {L"RelativeColorimetric", 2}, {L"AbsoluteColorimetric", 3}},
+         1},
+        {L"JobFastRenderingMode", Namespace::Private, &ReadList<EOnOff, fastRenderingModeDesc>, kOnOff, -1},
+        {L"JobSizePassTrough", Namespace::Private, &ReadList<EOnOff, sizePassTroughDesc>, kOnOff, 0},
+        {L"JobStorageMesa", Namespace::Private, &ReadList<EOnOff, storageMesaDesc>, kOnOff, -1},
+        {L"JobDeleteJobStorageMesa", Namespace::Private, &ReadList<EOnOff, deleteJobStorageMesaDesc>, kOnOff, -1},
+        {L"JobEnableAutoCutter", Namespace::Private, &ReadList<EInternalCutter, cutterAutoDesc>,
+         {{L"INVALID", 0}, {L"ON", 1}, {L"OFF", 2}}, 0},
+        {L"JobEnableMultiPageCutter", Namespace::Private, &ReadList<EInternalCutter, cutterMultiPageDesc>,
+         {{L"INVALID", 0}, {L"ON", 1}, {L"OFF", 3}}, 0},
+        {L"PageResolution", Namespace::Keywords, &ReadList<unsigned int, resolutionDesc>,
+         {{L"_75dpi", 75}, {L"_150dpi", 150}, {L"_300dpi", 300}, {L"_600dpi", 600}, {L"_1200dpi", 1200}}, 600},
+        {L"PageMediaType", Namespace::Keywords, &ReadList<EMediaType, mediaTypeDesc>,
+         {{L"Invalid", 0}, {L"AutoSelect", 1}, {L"Plainpaper", 2}, {L"CoatedPaper", 23}, {L"PhotoGlossPaper", 48},
+          {L"Canvas", 107}, {L"Polypropylene", 133}},
+         1},
+        {L"PageMediaSize", Namespace::Keywords, &ReadList<EMediaSize, mediaSizeDesc>, Numbered(kMediaSizes, 2), 1},
+    };
+    return features;
+}
+
+class FeatureTables : public TicketTest {};
+
+TEST_F(FeatureTables, EveryDescribedFeatureReadsEachOfItsOptionsAndItsDefault)
+{
+    ASSERT_EQ(DescribedFeatures().size(), 41u);
+    for (const FeatureCase& feature : DescribedFeatures()) {
+        SCOPED_TRACE(Utf8(feature.keyword));
+        const std::wstring prefix = feature.space == Namespace::Keywords ? L"psk" : L"ns0000";
+        for (const auto& [option, value] : feature.options) {
+            SCOPED_TRACE(Utf8(option));
+            Load(TicketSelecting(prefix, feature.keyword, option));
+            EXPECT_EQ(feature.read(doc_.Get()), (Reading{true, value}));
+        }
+        Load(Ticket(L""));
+        EXPECT_EQ(feature.read(doc_.Get()), (Reading{false, feature.defaultValue}));
+        // In the other namespace the feature is not the described one.
+        Load(TicketSelecting(feature.space == Namespace::Keywords ? L"ns0000" : L"psk", feature.keyword,
+                             feature.options.front().first));
+        EXPECT_EQ(feature.read(doc_.Get()), (Reading{false, feature.defaultValue}));
+    }
+}
+
+TEST_F(FeatureTables, ParticularValuesReadFromWholeTickets)
+{
+    Load(Ticket(LR"(  <psf:Feature name="psk:PageResolution">
+    <psf:Option name="psk:_1200dpi"/>
+  </psf:Feature>
+  <psf:Feature name="ns0000:JobRotate">
+    <psf:Option name="ns0000:Rotate0"/>
+  </psf:Feature>
+  <psf:Feature name="psk:JobInputBin">
+    <psf:Option name="psk:Roll3"/>
+  </psf:Feature>
+  <psf:Feature name="psk:PageMediaSize">
+    <psf:Option name="psk:ISOC4"/>
+  </psf:Feature>
+)"));
+    EXPECT_EQ((Read<unsigned int, resolutionDesc>()), (Reading{true, 1200}));
+    EXPECT_EQ((Read<ERotate, rotateDesc>()), (Reading{true, 4}));
+    EXPECT_EQ((Read<EInputBin, inputBinDesc>()), (Reading{true, 6}));
+    EXPECT_EQ((Read<EMediaSize, mediaSizeDesc>()), (Reading{true, 58}));
+
+    Load(Ticket(L""));
+    EXPECT_EQ((Read<unsigned int, resolutionDesc>()), (Reading{false, 600}));
+    EXPECT_EQ((Read<ERotate, rotateDesc>()), (Reading{false, 0}));
+}
+
+// ---- the media catalogue
+
+#define QX_TEST_MEDIA_KEYWORD(keyword, value) L"" #keyword,
+const std::vector<std::wstring> kMediaKeywords{QX_MEDIA_TYPE_OPTIONS(QX_TEST_MEDIA_KEYWORD)};
+#undef QX_TEST_MEDIA_KEYWORD
+
+// Every identified keyword is a catalogue medium (an enumerator of 2 to 166), none twice.
+#define QX_TEST_MEDIA_ID_VALUE(keyword, identifier) static_cast<int>(EMediaType::keyword),
+constexpr int kIdentifiedMedia[] = {QX_MEDIA_IDS(QX_TEST_MEDIA_ID_VALUE)};
+#undef QX_TEST_MEDIA_ID_VALUE
+
+constexpr bool IdentifiedMediaAreDistinctCatalogueMedia()
+{
+    for (std::size_t row = 0; row < std::size(kIdentifiedMedia); ++row) {
+        if (kIdentifiedMedia[row] < 2 || kIdentifiedMedia[row] > 166) {
+            return false;
+        }
+        for (std::size_t other = 0; other < row; ++other) {
+            if (kIdentifiedMedia[other] == kIdentifiedMedia[row]) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+static_assert(std::size(kIdentifiedMedia) == 164);
+static_assert(IdentifiedMediaAreDistinctCatalogueMedia());
+
+class MediaCatalogue : public TicketTest {};
+
+TEST_F(MediaCatalogue, EveryMediaKeywordReadsAsItsPosition)
+{
+    ASSERT_EQ(kMediaKeywords.size(), 167u);
+    for (std::size_t position = 0; position < kMediaKeywords.size(); ++position) {
+        SCOPED_TRACE(Utf8(kMediaKeywords[position]));
+        Load(TicketSelecting(L"psk", L"PageMediaType", kMediaKeywords[position]));
+        EXPECT_EQ((Read<EMediaType, mediaTypeDesc>()), (Reading{true, static_cast<std::int64_t>(position)}));
+    }
+    Load(TicketSelecting(L"psk", L"PageMediaType", L"PlainPaper283C90gsm29"));
+    EXPECT_TRUE((Read<EMediaType, mediaTypeDesc>()).found) << "plain paper under 90 g/m2";
+}
+
+TEST_F(MediaCatalogue, EveryMediumButOneFilmHasAMediaIdentifier)
+{
+    std::set<std::wstring> identified;
+    std::vector<std::string> identifiers;
+#define QX_TEST_MEDIA_ID(keyword, identifier) \
+    identified.insert(L"" #keyword);          \
+    identifiers.push_back(identifier);
+    QX_MEDIA_IDS(QX_TEST_MEDIA_ID)
+#undef QX_TEST_MEDIA_ID
+
+    std::vector<std::wstring> unidentified;
+    for (std::size_t position = 2; position < kMediaKeywords.size(); ++position) {
+        if (identified.count(kMediaKeywords[position]) == 0) {
+            unidentified.push_back(kMediaKeywords[position]);
+        }
+    }
+    EXPECT_EQ(unidentified, std::vector<std::wstring>{L"QXMultiPurposeFilm"});
+    for (const std::string& identifier : identifiers) {
+        EXPECT_FALSE(identifier.empty());
+        EXPECT_EQ(identifier.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-"), std::string::npos)
+            << identifier;
+    }
+}
+
+}  // namespace
