@@ -816,7 +816,7 @@ TEST_P(PipelineHostOnTheBundledMachine, GivesTheJobItsContext)
         << bag["ProgressReport"].second;
     if (expected.driverPropertyBag) {
         EXPECT_EQ(bag["DriverPropertyBag"],
-                  (Line{"VT_UNKNOWN", "object, IPrinterPropertyBag of " + printer + ", 20 declared values"}));
+                  (Line{"VT_UNKNOWN", "object, IPrinterPropertyBag of " + printer + ", 24 declared values"}));
     } else {
         EXPECT_EQ(bag.count("DriverPropertyBag"), 0u) << "a legacy driver has no bag in the pipeline";
     }

@@ -1049,10 +1049,15 @@ TEST_F(MachineFiles, TheBundledMachineDeclaresEveryDriverProperty)
         {L"CanDoAutorotate", 2}, {L"BidiInformation", 2}, {L"IsRookSupported", 2},
         {L"CanDoCropLinesAndRBAAndAutoRotatePDF", 2}, {L"ColorAdjustment", 2}, {L"PureBlackAndWhiteSupported", 2},
     };
+    // Besides, the print-mode texts of the paper families its FamilyPaperType names.
+    const std::vector<std::wstring> printModes{L"Bond-1", L"Bond-33", L"Coated-33", L"Photo-34"};
     const auto& bag = *modern->driverPropertyBag;
-    EXPECT_EQ(bag.size(), keys.size());
+    EXPECT_EQ(bag.size(), keys.size() + printModes.size());
     for (const auto& [key, type] : keys) {
         EXPECT_TRUE(bag.count(key) && bag.at(key).index() == type) << platform::ToUtf8(key);
+    }
+    for (const std::wstring& key : printModes) {
+        EXPECT_TRUE(bag.count(key) && bag.at(key).index() == 0) << platform::ToUtf8(key);
     }
     EXPECT_EQ(std::get<std::wstring>(bag.at(L"Platform")), L"Mesa");
     const auto& width = modern->bidiValues.at(L"\\Printer.DeviceInfo:MachineWidth");

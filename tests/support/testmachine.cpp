@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <thread>
@@ -39,6 +40,21 @@ LogTail::LogTail()
     std::error_code error;
     const auto size = fs::file_size(TestMachine::Get().LogFile(), error);
     mark_ = error ? 0 : size;
+    // Records still queued from before would land after the mark: the mark moves past a sentinel
+    // logged now, which the writer writes after all of them.
+    const std::string sentinel = platform::ToUtf8(LogSentinel());
+    const std::string text = ReadSinceMark();
+    const std::size_t lineEnd = text.find('\n', text.find(sentinel));
+    mark_ += lineEnd == std::string::npos ? text.size() : lineEnd + 1;
+}
+
+std::wstring LogTail::LogSentinel() const
+{
+    static std::atomic<int> sentinels{0};
+    const std::wstring sentinel = L"test sentinel " + std::to_wstring(++sentinels);
+    QXLOG_INFO(L"%s", sentinel.c_str());
+    WaitFor(sentinel);
+    return sentinel;
 }
 
 std::string LogTail::ReadSinceMark() const
@@ -63,10 +79,7 @@ bool LogTail::WaitFor(const std::wstring& text) const
 
 std::string LogTail::Settled() const
 {
-    static int sentinels = 0;
-    const std::wstring sentinel = L"test sentinel " + std::to_wstring(++sentinels);
-    QXLOG_INFO(L"%s", sentinel.c_str());
-    WaitFor(sentinel);
+    const std::wstring sentinel = LogSentinel();
     const std::string text = ReadSinceMark();
     return text.substr(0, text.find(platform::ToUtf8(sentinel)));
 }

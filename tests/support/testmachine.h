@@ -23,6 +23,7 @@ private:
 // What the driver log received from one point on: mark, act, then read.
 class LogTail {
 public:
+    // Marks the log's end once everything logged before has been written.
     LogTail();
     // Waits (bounded, generously) until the text appears after the mark; false if it never does.
     bool WaitFor(const std::wstring& text) const;
@@ -32,6 +33,8 @@ public:
 
 private:
     std::string ReadSinceMark() const;
+    // Logs a unique line and waits until the writer has put it into the file.
+    std::wstring LogSentinel() const;
     std::uintmax_t mark_;
 };
 

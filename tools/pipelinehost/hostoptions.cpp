@@ -106,6 +106,11 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
         } else if (option == "--show-driver") {
             flag();
             options.showDriver = true;
+        } else if (option == "--show-ticket") {
+            flag();
+            options.showTicket = true;
+        } else if (option == "--ticket") {
+            SetOnce(options.ticket, option, value());
         } else if (option == "--input") {
             SetOnce(options.input, option, value());
         } else if (option == "--output") {
@@ -137,7 +142,13 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
     if (options.showDriver && options.machine.empty()) {
         throw UsageError("--show-driver needs --machine FILE");
     }
-    if (!options.help && !options.showDriver && options.input.empty()) {
+    if (options.showTicket && options.machine.empty()) {
+        throw UsageError("--show-ticket needs --machine FILE");
+    }
+    if (!options.ticket.empty() && (!options.showTicket || !options.input.empty())) {
+        throw UsageError("--ticket FILE goes with --show-ticket, instead of --input");
+    }
+    if (!options.help && !options.showDriver && options.ticket.empty() && options.input.empty()) {
         throw UsageError("--input FILE is required");
     }
     if (options.machine.empty() && (!options.printer.empty() || options.job)) {
@@ -150,6 +161,7 @@ std::string HostUsage()
 {
     return "usage: qxpipelinehost --input FILE [options]\n"
            "       qxpipelinehost --machine FILE [--printer NAME] --show-driver\n"
+           "       qxpipelinehost --machine FILE [--printer NAME] --show-ticket (--input FILE | --ticket FILE)\n"
            "\n"
            "Runs the filter module as the print filter pipeline would for one job: InitializeFilter\n"
            "and StartOperation on a filter thread, the job's bytes from FILE, then reports the\n"
@@ -172,6 +184,10 @@ std::string HostUsage()
            "  --property NAME=bstr:T  put a VT_BSTR into the pipeline property bag (repeatable)\n"
            "  --show-driver           print what the job printer's driver declares, as the filter\n"
            "                          decodes it, and run no job (needs --machine; no --input)\n"
+           "  --show-ticket           print the settings the filter reads from the job's print\n"
+           "                          ticket (feature, value, option keyword, found), with the\n"
+           "                          printer's driver properties, and run no job (needs --machine)\n"
+           "  --ticket FILE           with --show-ticket: a print ticket file instead of a job\n"
            "  --gradual               deliver the input in small chunks from a producer thread, so\n"
            "                          that reads wait as behind a real previous filter\n"
            "  --shutdown-after MS     call ShutdownOperation from another thread after MS\n"

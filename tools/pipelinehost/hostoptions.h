@@ -27,6 +27,8 @@ struct HostOptions {
     std::vector<PropertyOption> properties;
     bool gradual = false;
     bool showDriver = false;  // print the job printer's decoded driver properties instead of running
+    bool showTicket = false;  // print the settings of the job's (or the --ticket file's) ticket instead
+    std::string ticket;       // a bare print ticket file for showTicket
     std::optional<unsigned> shutdownAfterMs;
 };
 

@@ -12,6 +12,7 @@
 #include <objbase.h>
 #include <platform/machine.h>
 #include <platform/machinedescription.h>
+#include <wrl/client.h>
 
 #include "pipelinehost/driverreport.h"
 #include "pipelinehost/filtermodule.h"
@@ -22,10 +23,12 @@
 #include "pipelinehost/jobpipeline.h"
 #include "pipelinehost/outputfile.h"
 #include "pipelinehost/runreport.h"
+#include "pipelinehost/ticketreport.h"
 
 namespace {
 
 using namespace pipelinehost;
+using Microsoft::WRL::ComPtr;
 
 constexpr int kSucceeded = 0;
 constexpr int kFilterFailed = 1;
@@ -94,15 +97,30 @@ std::unique_ptr<JobContext> LoadJobContext(const HostOptions& options)
     }
 }
 
+ComPtr<PropertyBag> ContextBag(const JobContext& context)
+{
+    auto bag = PropertyBag::Create();
+    for (const PropertyOption& property : context.Properties()) {
+        bag->Set(property.name, property.value);
+    }
+    return bag;
+}
+
 // Decodes the job printer's driver properties as the filter would, without running a job.
 int ShowDriver(JobContext& context)
 {
     const ComApartment apartment;
-    const auto bag = PropertyBag::Create();
-    for (const PropertyOption& property : context.Properties()) {
-        bag->Set(property.name, property.value);
-    }
-    return PrintDriverProperties(std::cout, bag.Get()) ? kSucceeded : kFilterFailed;
+    return PrintDriverProperties(std::cout, ContextBag(context).Get()) ? kSucceeded : kFilterFailed;
+}
+
+// Reads the job's ticket (or a ticket file) into settings as the filter would, without running a job.
+int ShowTicket(JobContext& context, const HostOptions& options)
+{
+    const ComApartment apartment;
+    const auto bag = ContextBag(context);
+    const bool read = options.ticket.empty() ? PrintJobTicket(std::cout, bag.Get(), options.input)
+                                             : PrintBareTicket(std::cout, bag.Get(), options.ticket);
+    return read ? kSucceeded : kFilterFailed;
 }
 
 int RunHost(const HostOptions& options)
@@ -111,6 +129,9 @@ int RunHost(const HostOptions& options)
     std::unique_ptr<JobContext> context = LoadJobContext(options);
     if (options.showDriver) {
         return ShowDriver(*context);
+    }
+    if (options.showTicket) {
+        return ShowTicket(*context, options);
     }
     const auto delivery = options.gradual ? ReadStream::Delivery::Gradual : ReadStream::Delivery::Whole;
     auto reader = OrSetupError("cannot read the input", [&] { return ReadStream::OpenFile(options.input, delivery); });

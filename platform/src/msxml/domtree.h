@@ -11,6 +11,8 @@
 
 #include <libxml/tree.h>
 
+#include "xpathcache.h"
+
 namespace platform::msxml {
 
 // The document's properties. The document and every tree it loads share them, so that a node of
@@ -47,11 +49,14 @@ public:
     // Keeps a declaration taken off an element until the tree ends.
     void Retire(xmlNsPtr ns);
 
+    XPathCache& XPath() { return xpath_; }
+
 private:
     xmlDocPtr doc_;
     std::shared_ptr<DocumentSettings> settings_;
     std::unordered_set<xmlNodePtr> detached_;
     std::vector<xmlNsPtr> detachedNamespaces_;
+    XPathCache xpath_;  // declared last: it goes before the document it refers to
 };
 
 // What a COM node object designates: a node of a tree, or a namespace node (which libxml2 only

@@ -17,9 +17,6 @@ void IgnoreStructured(void*, xmlErrorPtr) {}
 
 bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-struct XPathContextDeleter {
-    void operator()(xmlXPathContextPtr context) const { xmlXPathFreeContext(context); }
-};
 struct XPathObjectDeleter {
     void operator()(xmlXPathObjectPtr object) const { xmlXPathFreeObject(object); }
 };
@@ -82,13 +79,17 @@ HRESULT EvaluateXPath(const NodeRef& context, const std::string& expression, std
 {
     nodes->clear();
     QuietLibxmlErrors quiet;
-    std::unique_ptr<xmlXPathContext, XPathContextDeleter> xpath(xmlXPathNewContext(context.Doc()));
-    if (!xpath) {
+    XPathCache& cache = context.tree->XPath();
+    const std::unique_lock<std::mutex> lock = cache.Lock();
+    xmlXPathContextPtr xpath = cache.Context(context.Doc());
+    if (xpath == nullptr) {
         return E_OUTOFMEMORY;
     }
     xpath->error = IgnoreStructured;
+    // The document's SelectionNamespaces may have changed since the last query.
+    xmlXPathRegisteredNsCleanup(xpath);
     for (const auto& [prefix, uri] : context.tree->Settings().selectionNamespaces) {
-        if (xmlXPathRegisterNs(xpath.get(), Xml(prefix), Xml(uri)) != 0) {
+        if (xmlXPathRegisterNs(xpath, Xml(prefix), Xml(uri)) != 0) {
             return E_OUTOFMEMORY;
         }
     }
@@ -104,8 +105,15 @@ HRESULT EvaluateXPath(const NodeRef& context, const std::string& expression, std
     } else {
         xpath->node = context.node;
     }
+    xpath->contextSize = -1;
+    xpath->proximityPosition = -1;
 
-    std::unique_ptr<xmlXPathObject, XPathObjectDeleter> result(xmlXPathEval(Xml(expression), xpath.get()));
+    xmlXPathCompExprPtr compiled = XPathCache::Compiled(expression);
+    if (compiled == nullptr) {
+        return E_FAIL;
+    }
+    std::unique_ptr<xmlXPathObject, XPathObjectDeleter> result(xmlXPathCompiledEval(compiled, xpath));
+    xpath->node = nullptr;
     if (!result || result->type != XPATH_NODESET) {
         return E_FAIL;
     }
