@@ -1,6 +1,12 @@
 // The spooler's bidi object answers bidi Get requests from the simulated machine's printers, with
 // the HRESULTs Windows gives for each bad call.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +15,7 @@
 #include <bidispl.h>
 #include <msxml6.h>
 #include <objbase.h>
+#include <platform/machinedescription.h>
 #include <platform/simulatedmachine.h>
 #include <platform/text.h>
 #include <wrl/client.h>
@@ -233,6 +240,251 @@ TEST_F(Bidi, ThePrinterIsAskedAtEachRequest)
     Bstr response;
     EXPECT_EQ(bidi_->SendRecvXMLString(Bstr(GetRequest(L"\\Printer.DeviceInfo")), response.Out()),
               HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED));
+}
+
+// ---- paper sources
+
+platform::PaperSource Source(DWORD number, const std::wstring& type, const std::wstring& installed,
+                             std::optional<LONG> width, std::optional<LONG> length)
+{
+    platform::PaperSource source;
+    source.number = number;
+    source.type = type;
+    source.installed = installed;
+    source.width = width;
+    source.length = length;
+    return source;
+}
+
+// A loaded roll the printer has not measured yet, then the same roll measured.
+platform::PaperSourceAnswer RollAnswer(LONG width)
+{
+    platform::PaperSourceAnswer answer;
+    answer.sources = {Source(0, L"continuousRoll", L"engaged", width, 1000)};
+    return answer;
+}
+
+class PaperSources : public Bidi {
+protected:
+    void Declare(const std::vector<platform::PaperSourceAnswer>& answers, bool reachable = true)
+    {
+        platform::PrinterDescription printer = Printer(L"QX Mesa", reachable);
+        printer.paperSourceAnswers = answers;
+        platform::SimulatedMachine::AddPrinter(printer);
+    }
+
+    std::wstring WidthOfSource1(const std::wstring& query = L"\\Printer.PaperSource")
+    {
+        return ValueOf(Parse(Ask(GetRequest(query))).Get(), L"\\Printer.PaperSource.Source1:Width", L"BIDI_INT");
+    }
+
+    static long CountOf(IXMLDOMDocument2* doc, const std::wstring& path)
+    {
+        ComPtr<IXMLDOMNodeList> nodes;
+        EXPECT_EQ(doc->selectNodes(Bstr(path), &nodes), S_OK);
+        long count = 0;
+        nodes->get_length(&count);
+        return count;
+    }
+};
+
+TEST_F(PaperSources, EachDeclaredValueIsOneEntryOfTheBidiSchema)
+{
+    platform::PaperSource tray = Source(0, L"sheetFeedAutoNonRemovableTray", L"installed", 31680, 50400);
+    tray.notReady = false;
+    tray.mediaProtected = 2;
+    tray.id = 7;
+    tray.name = L"Tray <1>";
+    tray.vendor = L"QX Inc";
+    platform::PaperSource manual = Source(3, L"sheetFeedManual", L"2", std::nullopt, std::nullopt);
+    manual.installedType = L"BIDI_STRING";
+    manual.notReady = true;
+    platform::PaperSourceAnswer answer;
+    answer.sources = {tray, manual};
+    answer.defaultSource = 3;
+    answer.notReadyMask = 6;
+    Declare({answer});
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), S_OK);
+
+    const ComPtr<IXMLDOMDocument2> doc = Parse(Ask(GetRequest(L"\\Printer.PaperSource")));
+    const struct {
+        const wchar_t* schema;
+        const wchar_t* type;
+        const wchar_t* text;
+    } entries[] = {
+        {L"\\Printer.PaperSource.Source1:Width", L"BIDI_INT", L"31680"},
+        {L"\\Printer.PaperSource.Source1:Length", L"BIDI_INT", L"50400"},
+        {L"\\Printer.PaperSource.Source1:Type", L"BIDI_ENUM", L"sheetFeedAutoNonRemovableTray"},
+        {L"\\Printer.PaperSource.Source1:InputInstalled", L"BIDI_ENUM", L"installed"},
+        {L"\\Printer.PaperSource.Source1:NotReady", L"BIDI_BOOL", L"false"},
+        {L"\\Printer.PaperSource.Source1:MediaProtected", L"BIDI_INT", L"2"},
+        {L"\\Printer.PaperSource.Source1:Id", L"BIDI_INT", L"7"},
+        {L"\\Printer.PaperSource.Source1:Name", L"BIDI_STRING", L"Tray <1>"},
+        {L"\\Printer.PaperSource.Source1:Vendor", L"BIDI_STRING", L"QX Inc"},
+        {L"\\Printer.PaperSource.Source3:Type", L"BIDI_ENUM", L"sheetFeedManual"},
+        {L"\\Printer.PaperSource.Source3:InputInstalled", L"BIDI_STRING", L"2"},
+        {L"\\Printer.PaperSource.Source3:NotReady", L"BIDI_BOOL", L"true"},
+        {L"\\Printer.PaperSource:DefaultSource", L"BIDI_INT", L"3"},
+        {L"\\Printer.PaperSource:NotReady", L"BIDI_INT", L"6"},
+        // Declared besides the answer, and answered with it.
+        {L"\\Printer.PaperSource.Source2:Width", L"BIDI_INT", L"31680"},
+    };
+    for (const auto& entry : entries) {
+        EXPECT_EQ(ValueOf(doc.Get(), entry.schema, entry.type), entry.text) << platform::ToUtf8(entry.schema);
+    }
+    EXPECT_EQ(CountOf(doc.Get(), L"//Schema"), static_cast<long>(std::size(entries)))
+        << "values left unset are not reported, and each entry is answered once";
+    EXPECT_EQ(CountOf(doc.Get(), L"//Schema[starts-with(@name, '\\Printer.PaperSource.Source3:')]"), 3);
+}
+
+TEST_F(PaperSources, TheAnswerTakesThePlaceOfDeclaredValuesOfTheSameName)
+{
+    Declare({RollAnswer(25920)});
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), S_OK);
+    const ComPtr<IXMLDOMDocument2> doc = Parse(Ask(GetRequest(L"\\Printer")));
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource.Source1:Width", L"BIDI_INT"), L"25920");
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource.Source1:InputInstalled", L"BIDI_ENUM"), L"engaged");
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource:DefaultSource", L"BIDI_INT"), L"2");
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.DeviceInfo:MachineWidth", L"BIDI_STRING"), L"QXMESA_1118x2000");
+}
+
+TEST_F(PaperSources, EachPaperSourceQueryTakesTheNextAnswerAndTheLastRepeats)
+{
+    Declare({RollAnswer(0), RollAnswer(31680)});
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), S_OK);
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"QX Mesa"), 0u);
+
+    EXPECT_EQ(WidthOfSource1(), L"0") << "the roll is loaded but not measured yet";
+    // A request for other values is not a paper source query and leaves the sequence where it is.
+    Ask(GetRequest(L"\\Printer.DeviceInfo"));
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"qx mesa"), 1u);
+    EXPECT_EQ(WidthOfSource1(L"\\Printer.PaperSource.Source1:Width"), L"31680");
+    EXPECT_EQ(WidthOfSource1(L"\\Printer"), L"31680");
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"QX Mesa"), 3u);
+
+    // One request with two paper source queries is one query of the printer: both see one answer.
+    Declare({RollAnswer(0), RollAnswer(31680)});
+    const ComPtr<IXMLDOMDocument2> doc =
+        Parse(Ask(L"<bidi:Get xmlns:bidi='" + kBidi + L"'><Query schema='\\Printer.PaperSource.Source1'/>"
+                  L"<Query schema='\\Printer.PaperSource:DefaultSource'/></bidi:Get>"));
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource.Source1:Width", L"BIDI_INT"), L"0")
+        << "a printer added anew starts its answers over";
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"QX Mesa"), 1u);
+    EXPECT_EQ(WidthOfSource1(), L"31680");
+}
+
+TEST_F(PaperSources, AnUnreachablePrinterAnswersNothingAndCountsNoQuery)
+{
+    Declare({RollAnswer(0), RollAnswer(31680)}, false);
+    EXPECT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED));
+
+    Declare({RollAnswer(0), RollAnswer(31680)});
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), S_OK);
+    platform::PrinterDescription offline = Printer(L"QX Mesa", false);
+    offline.paperSourceAnswers = {RollAnswer(0), RollAnswer(31680)};
+    platform::SimulatedMachine::AddPrinter(offline);
+    Bstr response;
+    EXPECT_EQ(bidi_->SendRecvXMLString(Bstr(GetRequest(L"\\Printer.PaperSource")), response.Out()),
+              HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED));
+    EXPECT_TRUE(response.IsNull());
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"QX Mesa"), 0u);
+
+    platform::SimulatedMachine::Clear();
+    EXPECT_EQ(bidi_->SendRecvXMLString(Bstr(GetRequest(L"\\Printer.PaperSource")), response.Out()),
+              HRESULT_FROM_WIN32(ERROR_PRINTER_DELETED));
+}
+
+TEST_F(PaperSources, APrinterWithoutAnswersGivesOnlyItsDeclaredValues)
+{
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), S_OK);
+    EXPECT_EQ(WidthOfSource1(), L"25920");
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"QX Mesa"), 1u);
+    EXPECT_EQ(platform::SimulatedMachine::PaperSourceQueries(L"No Such Printer"), 0u);
+}
+
+// ---- paper sources in machine descriptions
+
+class PaperSourceFiles : public PaperSources {
+protected:
+    void SetUp() override
+    {
+        PaperSources::SetUp();
+        char pattern[] = "/tmp/qxtest-bidi-XXXXXX";
+        folder_ = ::mkdtemp(pattern);
+    }
+    void TearDown() override
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+        PaperSources::TearDown();
+    }
+
+    void Load(const std::string& json)
+    {
+        const std::filesystem::path path = folder_ / "machine.json";
+        std::ofstream(path) << json;
+        platform::LoadMachineDescription(path.string());
+    }
+
+private:
+    std::filesystem::path folder_;
+};
+
+TEST_F(PaperSourceFiles, ASequenceOfAnswersIsDeclaredInTheDescription)
+{
+    Load(R"({"printers": [{"name": "QX Mesa", "port": "USB001", "driverName": "D", "driverModelVersion": 4,
+        "driverFileVersion": "1.0.0.0",
+        "paperSourceAnswers": [
+          {"comment": "the roll is being measured", "notReadyMask": 0,
+           "sources": [{"type": "continuousRoll", "installed": "engaged", "width": 0, "length": 1000}]},
+          {"defaultSource": 1, "sources": [
+            {"number": 1, "type": "continuousRoll", "installed": "engaged", "width": 31680, "length": 1296000,
+             "notReady": false, "mediaProtected": 2, "id": 5, "name": "Roll 1", "vendor": "QX Inc"},
+            {"number": 2, "type": "sheetFeedManual", "installed": "true", "installedType": "BIDI_STRING"}]}
+        ]}]})");
+    const auto printer = platform::SimulatedMachine::FindPrinter(L"QX Mesa");
+    ASSERT_TRUE(printer);
+    ASSERT_EQ(printer->paperSourceAnswers.size(), 2u);
+    EXPECT_EQ(printer->paperSourceAnswers[0].notReadyMask, 0);
+    EXPECT_FALSE(printer->paperSourceAnswers[0].defaultSource.has_value());
+    const platform::PaperSource& roll = printer->paperSourceAnswers[1].sources.at(0);
+    EXPECT_EQ(roll.number, 1u);
+    EXPECT_EQ(roll.notReady, false);
+    EXPECT_EQ(roll.mediaProtected, 2);
+    EXPECT_EQ(roll.name, L"Roll 1");
+    EXPECT_EQ(printer->paperSourceAnswers[1].sources.at(1).installedType, L"BIDI_STRING");
+    EXPECT_FALSE(printer->paperSourceAnswers[1].sources.at(1).width.has_value());
+
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa", BIDI_ACCESS_USER), S_OK);
+    EXPECT_EQ(WidthOfSource1(), L"0");
+    const ComPtr<IXMLDOMDocument2> doc = Parse(Ask(GetRequest(L"\\Printer.PaperSource")));
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource.Source1:Width", L"BIDI_INT"), L"31680");
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource.Source2:InputInstalled", L"BIDI_STRING"), L"true");
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource:DefaultSource", L"BIDI_INT"), L"1");
+}
+
+// The bundled machine's version-4 printer holds a 44-inch sheet tray and a measured 44-inch roll.
+TEST_F(PaperSourceFiles, TheBundledPrinterReportsItsTrayAndRoll)
+{
+    platform::LoadMachineDescription(QX_DEFAULT_MACHINE);
+    ASSERT_EQ(bidi_->BindDevice(L"QX Mesa 44", BIDI_ACCESS_USER), S_OK);
+    const ComPtr<IXMLDOMDocument2> doc = Parse(Ask(GetRequest(L"\\Printer.PaperSource")));
+    const struct {
+        const wchar_t* schema;
+        const wchar_t* type;
+        const wchar_t* text;
+    } entries[] = {
+        {L"\\Printer.PaperSource.Source1:Type", L"BIDI_ENUM", L"sheetFeedAutoNonRemovableTray"},
+        {L"\\Printer.PaperSource.Source1:Width", L"BIDI_INT", L"31680"},
+        {L"\\Printer.PaperSource.Source1:Length", L"BIDI_INT", L"50400"},
+        {L"\\Printer.PaperSource.Source2:Type", L"BIDI_ENUM", L"continuousRoll"},
+        {L"\\Printer.PaperSource.Source2:Width", L"BIDI_INT", L"31680"},
+        {L"\\Printer.PaperSource:NotReady", L"BIDI_INT", L"0"},
+    };
+    for (const auto& entry : entries) {
+        EXPECT_EQ(ValueOf(doc.Get(), entry.schema, entry.type), entry.text) << platform::ToUtf8(entry.schema);
+    }
+    EXPECT_EQ(ValueOf(doc.Get(), L"\\Printer.PaperSource.Source3:Type", L"BIDI_ENUM"), L"<absent>");
 }
 
 }  // namespace

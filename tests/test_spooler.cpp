@@ -905,7 +905,7 @@ std::vector<Refused> RefusedFiles()
         {"not an object", "[]", "(document)", "expected a machine description (an object), found an array"},
         {"unknown top-level field", R"({"printer": []})", "/printer",
          "unknown field in a machine description (known fields: \"comment\", \"computerName\", \"users\", "
-         "\"printers\", \"jobs\", \"files\")"},
+         "\"printers\", \"jobs\", \"files\", \"registry\")"},
         {"unknown bag type", WithBag(R"("CanDoCopies": {"type": "float", "value": 1.0})"),
          "/printers/0/driverPropertyBag/CanDoCopies/type",
          "unknown type \"float\" (known types: \"string\", \"int32\", \"bool\")"},
@@ -938,10 +938,33 @@ std::vector<Refused> RefusedFiles()
         {"bidi value of the wrong type",
          WithPrinter(R"("bidi": {"\\Printer.X:Y": {"type": "BIDI_STRING", "value": 1118}})"),
          "/printers/0/bidi/\\Printer.X:Y/value", "expected a string for type \"BIDI_STRING\", found the number 1118"},
+        {"one answer and a sequence at once",
+         WithPrinter(R"("paperSources": {}, "paperSourceAnswers": [{}])"), "/printers/0/paperSourceAnswers",
+         "a printer declares either \"paperSources\" (one answer) or \"paperSourceAnswers\" (answers in turn)"},
+        {"a sequence without answers", WithPrinter(R"("paperSourceAnswers": [])"), "/printers/0/paperSourceAnswers",
+         "a sequence of answers needs at least one answer"},
+        {"misspelt paper source field",
+         WithPrinter(R"("paperSourceAnswers": [{"sources": [{"width": 1}]}, {"sources": [{"widht": 1}]}])"),
+         "/printers/0/paperSourceAnswers/1/sources/0/widht",
+         "unknown field in a paper source (known fields: \"number\", \"type\", \"installed\", \"installedType\", "
+         "\"width\", \"length\", \"notReady\", \"mediaProtected\", \"id\", \"name\", \"vendor\", \"comment\")"},
+        {"paper source width as text", WithPrinter(R"("paperSources": {"sources": [{"width": "44in"}]})"),
+         "/printers/0/paperSources/sources/0/width",
+         "expected an integer from -2147483648 to 2147483647, found the string \"44in\""},
+        {"installed typed as a number",
+         WithPrinter(R"("paperSources": {"sources": [{"installed": "2", "installedType": "BIDI_INT"}]})"),
+         "/printers/0/paperSources/sources/0/installedType",
+         "expected \"BIDI_ENUM\" or \"BIDI_STRING\", found the string \"BIDI_INT\""},
+        {"not-ready mask as a flag", WithPrinter(R"("paperSources": {"notReadyMask": true})"),
+         "/printers/0/paperSources/notReadyMask", "expected an integer from -2147483648 to 2147483647, found true"},
+        {"KORU source number 0", WithPrinter(R"("koruPaperSources": [{"number": 0}])"),
+         "/printers/0/koruPaperSources/0/number", "expected an integer from 1 to 4294967295, found the number 0"},
+        {"KORU width as a number", WithPrinter(R"("koruPaperSources": [{"mediaWidth": 914.4}])"),
+         "/printers/0/koruPaperSources/0/mediaWidth", "expected a string, found the number 914.4"},
         {"misspelt printer field", WithPrinter(R"("driverNme": "D")"), "/printers/0/driverNme",
          "unknown field in a printer (known fields: \"name\", \"port\", \"driverName\", \"driverModelVersion\", "
          "\"driverFileVersion\", \"dependentFiles\", \"driverPropertyBag\", \"bidi\", \"bidiReachable\", "
-         "\"comment\", \"location\", \"driverPath\", \"dataFile\", \"configFile\", \"helpFile\", \"manufacturer\", "
+         "\"paperSources\", \"paperSourceAnswers\", \"koruPaperSources\", \"comment\", \"location\", \"driverPath\", \"dataFile\", \"configFile\", \"helpFile\", \"manufacturer\", "
          "\"oemUrl\", \"hardwareId\", \"driverDate\")"},
         {"missing driver name",
          Machine(R"({"name": "P", "port": "LPT1:", "driverModelVersion": 4, "driverFileVersion": "1.0.0.0"})"),

@@ -40,6 +40,13 @@ using HKEY = void*;
 using HRESULT = std::int32_t;
 using LPDWORD = DWORD*;
 using LPBOOL = BOOL*;
+using LPBYTE = BYTE*;
+using PHANDLE = HANDLE*;
+using LPHANDLE = HANDLE*;
+// An export's address as GetProcAddress gives it; cast it to the export's own type before calling.
+// Windows declares it returning INT_PTR; void (*)() is the type the compiler lets any function
+// pointer type be cast from without a warning.
+using FARPROC = void (*)();
 
 #ifndef TRUE
 #define TRUE 1

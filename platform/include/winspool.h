@@ -17,8 +17,6 @@ struct PRINTER_DEFAULTSW {
     ACCESS_MASK DesiredAccess;
 };
 using LPPRINTER_DEFAULTSW = PRINTER_DEFAULTSW*;
-using LPHANDLE = HANDLE*;
-using LPBYTE = BYTE*;
 
 struct PRINTER_INFO_2W {
     LPWSTR pServerName;

@@ -2,6 +2,8 @@
 // bidi Get requests from the values its description declares.
 #include <bidispl.h>
 
+#include <algorithm>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -9,12 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "bidipapersources.h"
 #include "builtinclasses.h"
 #include "msxml/domparser.h"
 #include "msxml/domtext.h"
 #include "platform/comobject.h"
 #include "platform/simulatedmachine.h"
 #include "platform/text.h"
+#include "simulatedmachinestate.h"
 
 namespace platform {
 namespace {
@@ -26,16 +30,26 @@ struct BidiAnswer {
     BidiValue value;
 };
 
-// What the printer answers to one query: every value it declares under the query's schema name
-// itself or below it, so "\Printer.PaperSource" answers "\Printer.PaperSource.Source1:Width".
-// The one place where a printer's answers are chosen.
-std::vector<BidiAnswer> AnswersTo(const PrinterDescription& printer, const std::wstring& query)
+// Everything the printer would answer now: its declared values, with the paper source answer it
+// gives to this request in place of declared values of the same name.
+std::map<std::wstring, BidiValue> ValuesOf(const BidiPrinterState& asked)
+{
+    std::map<std::wstring, BidiValue> values = asked.printer.bidiValues;
+    if (asked.paperSources) {
+        for (auto& [schema, value] : PaperSourceBidiValues(*asked.paperSources)) {
+            values[schema] = std::move(value);
+        }
+    }
+    return values;
+}
+
+// What the printer answers to one query: every value under the query's schema name. The one place
+// where a printer's answers are chosen.
+std::vector<BidiAnswer> AnswersTo(const std::map<std::wstring, BidiValue>& values, const std::wstring& query)
 {
     std::vector<BidiAnswer> answers;
-    for (const auto& [schema, value] : printer.bidiValues) {
-        const bool below = schema.size() > query.size() && schema.compare(0, query.size(), query) == 0 &&
-                           (schema[query.size()] == L'.' || schema[query.size()] == L':');
-        if (schema == query || below) {
+    for (const auto& [schema, value] : values) {
+        if (SchemaCovers(query, schema)) {
             answers.push_back({schema, value});
         }
     }
@@ -128,11 +142,18 @@ std::optional<BidiRequest> ParseRequest(const std::wstring& text)
     return request;
 }
 
-std::wstring Response(const PrinterDescription& printer, const BidiRequest& request)
+bool RequestAsksForPaperSources(const BidiRequest& request)
 {
+    return std::any_of(request.querySchemas.begin(), request.querySchemas.end(),
+                       [](const std::wstring& query) { return AsksForPaperSources(query); });
+}
+
+std::wstring Response(const BidiPrinterState& asked, const BidiRequest& request)
+{
+    const std::map<std::wstring, BidiValue> values = ValuesOf(asked);
     std::wstring response = L"<bidi:Get xmlns:bidi=\"" + FromUtf8(kBidiNamespace) + L"\">";
     for (const std::wstring& query : request.querySchemas) {
-        const std::vector<BidiAnswer> answers = AnswersTo(printer, query);
+        const std::vector<BidiAnswer> answers = AnswersTo(values, query);
         response += L"<Query schema='" + Escaped(query, true) + L"'";
         if (answers.empty()) {
             response += L"/>";  // the printer does not support the schema
@@ -213,15 +234,16 @@ public:
             if (parsed->kind == RequestKind::Set) {
                 return E_NOTIMPL;  // the simulated printers only answer
             }
-            // The printer is asked now, so a change to the machine since binding is seen.
-            const std::optional<PrinterDescription> printer = SimulatedMachine::FindPrinter(*bound);
-            if (!printer) {
+            // The printer is asked now, so a change to the machine since binding is seen; a request
+            // that asks for paper sources takes the printer's next paper source answer.
+            const std::optional<BidiPrinterState> asked = AskPrinterOverBidi(*bound, RequestAsksForPaperSources(*parsed));
+            if (!asked) {
                 return HRESULT_FROM_WIN32(ERROR_PRINTER_DELETED);
             }
-            if (!printer->bidiReachable) {
+            if (!asked->printer.bidiReachable) {
                 return HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
             }
-            const std::wstring text = Response(*printer, *parsed);
+            const std::wstring text = Response(*asked, *parsed);
             *response = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
             return *response == nullptr ? E_OUTOFMEMORY : S_OK;
         } catch (const std::bad_alloc&) {

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cwctype>
+#include <filesystem>
 #include <mutex>
 #include <vector>
 
@@ -61,6 +62,18 @@ std::optional<std::vector<std::wstring>> Components(std::wstring_view rest)
     return parts;
 }
 
+// The volume folder's Windows form: "C" is "C:", "UNC" begins a share.
+std::optional<std::wstring> VolumeOf(const std::wstring& folder)
+{
+    if (folder == L"UNC") {
+        return L"\\\\";
+    }
+    if (folder.size() == 1 && folder[0] >= L'A' && folder[0] <= L'Z') {
+        return folder + L":\\";
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 std::string MachineRoot()
@@ -95,6 +108,30 @@ std::optional<std::string> HostPathOf(const std::wstring& windowsPath)
     std::string path = MachineRoot() + "/" + ToUtf8(volume);
     for (const auto& part : *parts) {
         path += "/" + ToUtf8(part);
+    }
+    return path;
+}
+
+std::optional<std::wstring> WindowsPathOf(const std::string& hostPath)
+{
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const fs::path relative =
+        fs::weakly_canonical(hostPath, ignored).lexically_relative(fs::weakly_canonical(MachineRoot(), ignored));
+    if (relative.empty() || *relative.begin() == "..") {
+        return std::nullopt;
+    }
+    auto part = relative.begin();
+    std::optional<std::wstring> path = VolumeOf(FromUtf8(part->string()));
+    if (!path) {
+        return std::nullopt;
+    }
+    std::wstring separator;
+    for (++part; part != relative.end(); ++part) {
+        if (*part != ".") {
+            *path += separator + FromUtf8(part->string());
+            separator = L"\\";
+        }
     }
     return path;
 }

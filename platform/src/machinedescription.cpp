@@ -304,6 +304,139 @@ std::map<std::wstring, BidiValue> BidiValues(const Json& bidi, const Pointer& at
     return values;
 }
 
+std::optional<std::wstring> TextIfGiven(const Fields& fields, const char* name)
+{
+    const Json* value = fields.Optional(name);
+    return value == nullptr ? std::nullopt : std::optional<std::wstring>(Text(*value, fields.At(name)));
+}
+
+std::optional<LONG> OptionalInt32(const Fields& fields, const char* name)
+{
+    const Json* value = fields.Optional(name);
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    return static_cast<LONG>(Integer(*value, fields.At(name), INT32_MIN, INT32_MAX));
+}
+
+DWORD SourceNumber(const Fields& fields)
+{
+    const Json* number = fields.Optional("number");
+    return number == nullptr ? 0 : Dword(*number, fields.At("number"), 1);
+}
+
+// {"number", "type", "installed", "installedType", "width", "length", "notReady", "mediaProtected",
+//  "id", "name", "vendor", "comment"}, every field optional.
+PaperSource PaperSourceOf(const Json& object, const Pointer& at)
+{
+    const Fields fields(object, at, "a paper source",
+                        {"number", "type", "installed", "installedType", "width", "length", "notReady",
+                         "mediaProtected", "id", "name", "vendor", "comment"});
+    PaperSource source;
+    source.number = SourceNumber(fields);
+    source.type = TextIfGiven(fields, "type");
+    source.installed = TextIfGiven(fields, "installed");
+    if (const Json* type = fields.Optional("installedType")) {
+        const std::string text = Utf8String(*type, fields.At("installedType"));
+        if (text != "BIDI_ENUM" && text != "BIDI_STRING") {
+            Unexpected(*type, fields.At("installedType"), "\"BIDI_ENUM\" or \"BIDI_STRING\"");
+        }
+        source.installedType = FromUtf8(text);
+    }
+    source.width = OptionalInt32(fields, "width");
+    source.length = OptionalInt32(fields, "length");
+    if (const Json* notReady = fields.Optional("notReady")) {
+        source.notReady = Boolean(*notReady, fields.At("notReady"));
+    }
+    source.mediaProtected = OptionalInt32(fields, "mediaProtected");
+    source.id = OptionalInt32(fields, "id");
+    source.name = TextIfGiven(fields, "name");
+    source.vendor = TextIfGiven(fields, "vendor");
+    return source;
+}
+
+// {"defaultSource", "notReadyMask", "sources": [...], "comment"}, every field optional.
+PaperSourceAnswer PaperSourceAnswerOf(const Json& object, const Pointer& at)
+{
+    const Fields fields(object, at, "a paper source answer", {"defaultSource", "notReadyMask", "sources", "comment"});
+    PaperSourceAnswer answer;
+    answer.defaultSource = OptionalInt32(fields, "defaultSource");
+    answer.notReadyMask = OptionalInt32(fields, "notReadyMask");
+    if (const Json* sources = fields.Optional("sources")) {
+        Expect(sources->is_array(), *sources, fields.At("sources"), "an array of paper sources");
+        for (std::size_t i = 0; i < sources->size(); ++i) {
+            answer.sources.push_back(PaperSourceOf((*sources)[i], fields.At("sources") / i));
+        }
+    }
+    return answer;
+}
+
+struct KoruText {
+    const char* field;
+    std::wstring KoruPaperSource::*member;
+};
+
+const KoruText kKoruTexts[] = {
+    {"name", &KoruPaperSource::name},
+    {"mediaId", &KoruPaperSource::mediaId},
+    {"type", &KoruPaperSource::type},
+    {"mediaUnits", &KoruPaperSource::mediaUnits},
+    {"mediaSizeName", &KoruPaperSource::mediaSizeName},
+    {"mediaWidth", &KoruPaperSource::mediaWidth},
+    {"mediaLength", &KoruPaperSource::mediaLength},
+    {"inputInstalled", &KoruPaperSource::inputInstalled},
+    {"mediaType", &KoruPaperSource::mediaType},
+    {"notReady", &KoruPaperSource::notReady},
+};
+
+// {"number", "comment" and one text per kKoruTexts field}, every field optional.
+KoruPaperSource KoruPaperSourceOf(const Json& object, const Pointer& at)
+{
+    const Fields fields(object, at, "a KORU paper source",
+                        {"number", "comment", "name", "mediaId", "type", "mediaUnits", "mediaSizeName", "mediaWidth",
+                         "mediaLength", "inputInstalled", "mediaType", "notReady"});
+    KoruPaperSource source;
+    source.number = SourceNumber(fields);
+    for (const KoruText& text : kKoruTexts) {
+        source.*text.member = TextIfGiven(fields, text.field).value_or(L"");
+    }
+    return source;
+}
+
+template <class Item, class Read>
+std::vector<Item> ArrayOf(const Json& items, const Pointer& at, const std::string& what, Read read)
+{
+    Expect(items.is_array(), items, at, "an array of " + what);
+    std::vector<Item> result;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        result.push_back(read(items[i], at / i));
+    }
+    return result;
+}
+
+// "paperSources" is one answer given to every query; "paperSourceAnswers" are answers in turn.
+std::vector<PaperSourceAnswer> PaperSourceAnswers(const Fields& fields)
+{
+    const Json* single = fields.Optional("paperSources");
+    const Json* sequence = fields.Optional("paperSourceAnswers");
+    if (single != nullptr && sequence != nullptr) {
+        Refuse(fields.At("paperSourceAnswers"),
+               "a printer declares either \"paperSources\" (one answer) or \"paperSourceAnswers\" (answers in turn)");
+    }
+    if (single != nullptr) {
+        return {PaperSourceAnswerOf(*single, fields.At("paperSources"))};
+    }
+    if (sequence == nullptr) {
+        return {};
+    }
+    std::vector<PaperSourceAnswer> answers = ArrayOf<PaperSourceAnswer>(
+        *sequence, fields.At("paperSourceAnswers"), "paper source answers", PaperSourceAnswerOf);
+    if (answers.empty()) {
+        Refuse(fields.At("paperSourceAnswers"), "a sequence of answers needs at least one answer");
+    }
+    return answers;
+}
+
 // The printer's optional texts; the paths among them must be Windows paths.
 struct OptionalText {
     const char* field;
@@ -327,8 +460,9 @@ PrinterDescription Printer(const Json& object, const Pointer& at)
 {
     const Fields fields(object, at, "a printer",
                         {"name", "port", "driverName", "driverModelVersion", "driverFileVersion", "dependentFiles",
-                         "driverPropertyBag", "bidi", "bidiReachable", "comment", "location", "driverPath", "dataFile",
-                         "configFile", "helpFile", "manufacturer", "oemUrl", "hardwareId", "driverDate"});
+                         "driverPropertyBag", "bidi", "bidiReachable", "paperSources", "paperSourceAnswers",
+                         "koruPaperSources", "comment", "location", "driverPath", "dataFile", "configFile", "helpFile",
+                         "manufacturer", "oemUrl", "hardwareId", "driverDate"});
     PrinterDescription printer;
     printer.name = Name(fields.Required("name"), fields.At("name"));
     if (printer.name.find_first_of(L",\\") != std::wstring::npos) {
@@ -358,6 +492,11 @@ PrinterDescription Printer(const Json& object, const Pointer& at)
     }
     if (const Json* reachable = fields.Optional("bidiReachable")) {
         printer.bidiReachable = Boolean(*reachable, fields.At("bidiReachable"));
+    }
+    printer.paperSourceAnswers = PaperSourceAnswers(fields);
+    if (const Json* koru = fields.Optional("koruPaperSources")) {
+        printer.koruPaperSources =
+            ArrayOf<KoruPaperSource>(*koru, fields.At("koruPaperSources"), "KORU paper sources", KoruPaperSourceOf);
     }
     for (const OptionalText& text : kOptionalTexts) {
         if (const Json* value = fields.Optional(text.field)) {
@@ -396,10 +535,120 @@ void ForEachIn(const Fields& top, const char* section, const std::string& what, 
     }
 }
 
+// "00ff1a": pairs of hexadecimal digits.
+std::vector<BYTE> HexBytes(const Json& value, const Pointer& at)
+{
+    const std::string expected = "pairs of hexadecimal digits for type \"REG_BINARY\", like \"00ff1a\"";
+    const std::string text = Utf8String(value, at, expected);
+    Expect(text.size() % 2 == 0 && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos, value, at,
+           expected);
+    std::vector<BYTE> bytes;
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+        bytes.push_back(static_cast<BYTE>(std::stoul(text.substr(i, 2), nullptr, 16)));
+    }
+    return bytes;
+}
+
+std::vector<std::wstring> Texts(const Json& value, const Pointer& at)
+{
+    Expect(value.is_array(), value, at, "an array of strings for type \"REG_MULTI_SZ\"");
+    std::vector<std::wstring> texts;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        texts.push_back(Text(value[i], at / i));
+    }
+    return texts;
+}
+
+// {"type": "REG_SZ" | "REG_EXPAND_SZ" | "REG_DWORD" | "REG_MULTI_SZ" | "REG_BINARY", "value": ...}
+RegistryData RegistryValueOf(const Json& object, const Pointer& at)
+{
+    const Fields fields(object, at, "a registry value", {"type", "value"});
+    const std::string type = Utf8String(fields.Required("type"), fields.At("type"));
+    const Json& value = fields.Required("value");
+    const Pointer valueAt = fields.At("value");
+    if (type == "REG_SZ" || type == "REG_EXPAND_SZ") {
+        const std::wstring text = Text(value, valueAt, "a string for type " + Quoted(type));
+        return type == "REG_SZ" ? RegistryData::String(text) : RegistryData::ExpandString(text);
+    }
+    if (type == "REG_DWORD") {
+        return RegistryData::Dword(static_cast<DWORD>(
+            Integer(value, valueAt, 0, 0xFFFFFFFFll, "an integer from 0 to 4294967295 for type \"REG_DWORD\"")));
+    }
+    if (type == "REG_MULTI_SZ") {
+        return RegistryData::MultiString(Texts(value, valueAt));
+    }
+    if (type == "REG_BINARY") {
+        return RegistryData::Binary(HexBytes(value, valueAt));
+    }
+    Refuse(fields.At("type"), "unknown type " + Quoted(type) +
+                                  " (known types: \"REG_SZ\", \"REG_EXPAND_SZ\", \"REG_DWORD\", \"REG_MULTI_SZ\", "
+                                  "\"REG_BINARY\")");
+}
+
+struct RegistryKeyName {
+    RegistryHive hive;
+    std::wstring path;
+};
+
+// "HKEY_LOCAL_MACHINE\SOFTWARE\QX" or "HKEY_USERS\<user>\Printers\Connections", the user a declared
+// one or ".DEFAULT".
+RegistryKeyName RegistryKeyNameOf(const std::string& name, const Pointer& at, const std::vector<UserDescription>& users)
+{
+    std::vector<std::wstring> parts{L""};
+    for (const wchar_t c : FromUtf8(name)) {
+        if (c == L'\\') {
+            parts.emplace_back();
+        } else {
+            parts.back() += c;
+        }
+    }
+    const bool machine = parts.front() == L"HKEY_LOCAL_MACHINE";
+    const bool user = parts.front() == L"HKEY_USERS" && parts.size() >= 2;
+    if (!machine && !user) {
+        Refuse(at, "a registry key begins with HKEY_LOCAL_MACHINE\\ or HKEY_USERS\\<user>\\, like "
+                   "HKEY_LOCAL_MACHINE\\SOFTWARE\\QX");
+    }
+    for (std::size_t i = 1; i < parts.size(); ++i) {
+        if (parts[i].empty()) {
+            Refuse(at, "a registry key name has no empty parts");
+        }
+    }
+    RegistryKeyName key{RegistryHive::LocalMachine(), L""};
+    std::size_t first = 1;
+    if (user) {
+        const auto declared = Earlier(users, parts[1], [](const UserDescription& u) { return u.name; });
+        if (!declared && !SameName(parts[1], RegistryHive::DefaultUser().user)) {
+            Refuse(at, "no user of that name is declared in /users");
+        }
+        key.hive = declared ? RegistryHive::UserOf(users[*declared].name) : RegistryHive::DefaultUser();
+        first = 2;
+    }
+    for (std::size_t i = first; i < parts.size(); ++i) {
+        key.path += (i == first ? L"" : L"\\") + parts[i];
+    }
+    return key;
+}
+
+// {"HKEY_...\\key": {"Value": {"type": ..., "value": ...}}}; a key without values exists all the same.
+void RegistrySection(const Json& registry, const Pointer& at, MachineContents& contents)
+{
+    Expect(registry.is_object(), registry, at, "an object of registry keys");
+    for (const auto& key : registry.items()) {
+        const Pointer here = at / key.key();
+        const RegistryKeyName name = RegistryKeyNameOf(key.key(), here, contents.users);
+        Expect(key.value().is_object(), key.value(), here, "an object of named registry values");
+        contents.registry.push_back(RegistryEntry{name.hive, name.path, L"", std::nullopt});
+        for (const auto& value : key.value().items()) {
+            contents.registry.push_back(
+                RegistryEntry{name.hive, name.path, FromUtf8(value.key()), RegistryValueOf(value.value(), here / value.key())});
+        }
+    }
+}
+
 MachineDescription Describe(const Json& document)
 {
     const Fields top(document, Pointer(), "a machine description",
-                     {"comment", "computerName", "users", "printers", "jobs", "files"});
+                     {"comment", "computerName", "users", "printers", "jobs", "files", "registry"});
     MachineDescription description;
     MachineContents& contents = description.contents;
     if (const Json* comment = top.Optional("comment")) {
@@ -458,6 +707,9 @@ MachineDescription Describe(const Json& document)
         }
         contents.jobs.push_back(std::move(job));
     });
+    if (const Json* registry = top.Optional("registry")) {
+        RegistrySection(*registry, top.At("registry"), contents);
+    }
     if (const Json* files = top.Optional("files")) {
         const Pointer filesAt = top.At("files");
         Expect(files->is_object(), *files, filesAt, "an object of Windows paths and their contents");

@@ -2,7 +2,6 @@
 #include "platform/simulatedmachine.h"
 
 #include <algorithm>
-#include <cwctype>
 #include <memory>
 #include <mutex>
 
@@ -15,68 +14,46 @@ namespace {
 
 constexpr wchar_t kDefaultComputerName[] = L"SIMULATED-PC";
 
-struct Printer {
-    std::uint64_t serial = 0;
-    PrinterDescription description;
-};
-
-struct Contents {
-    std::wstring computerName = kDefaultComputerName;
-    std::vector<Printer> printers;      // in the order they were first added
-    std::vector<JobDescription> jobs;   // in the order they were queued
-    std::vector<UserDescription> users;
-};
-
-struct State {
-    std::mutex mutex;
-    Contents contents;
-    std::uint64_t nextSerial = 1;  // never reused, so a forgotten printer stays forgotten
-};
-
-State& TheState()
-{
-    static State* state = new State;  // outlives every static destructor that may still ask
-    return *state;
-}
-
 template <class Items, class Name>
 auto FindNamed(Items& items, const std::wstring& name, Name nameOf)
 {
     return std::find_if(items.begin(), items.end(), [&](const auto& item) { return SameName(nameOf(item), name); });
 }
 
-const std::wstring& NameOfPrinter(const Printer& printer) { return printer.description.name; }
+const std::wstring& NameOfPrinter(const SimulatedPrinter& printer) { return printer.description.name; }
 const std::wstring& NameOfUser(const UserDescription& user) { return user.name; }
 
-void AddPrinterTo(Contents& contents, std::uint64_t& nextSerial, const PrinterDescription& description)
+// A replaced printer starts its paper source answers over.
+void AddPrinterTo(MachineRecords& records, std::uint64_t& nextSerial, const PrinterDescription& description)
 {
-    const auto found = FindNamed(contents.printers, description.name, NameOfPrinter);
-    if (found != contents.printers.end()) {
+    const auto found = FindNamed(records.printers, description.name, NameOfPrinter);
+    if (found != records.printers.end()) {
         found->description = description;
+        found->paperSourceQueries = 0;
     } else {
-        contents.printers.push_back({nextSerial++, description});
+        records.printers.push_back({nextSerial++, description, 0});
     }
 }
 
-void AddJobTo(Contents& contents, const JobDescription& job)
+void AddJobTo(MachineRecords& records, const JobDescription& job)
 {
-    const auto found = std::find_if(contents.jobs.begin(), contents.jobs.end(), [&](const JobDescription& queued) {
+    const auto found = std::find_if(records.jobs.begin(), records.jobs.end(), [&](const JobDescription& queued) {
         return queued.id == job.id && SameName(queued.printerName, job.printerName);
     });
-    if (found != contents.jobs.end()) {
+    if (found != records.jobs.end()) {
         *found = job;
     } else {
-        contents.jobs.push_back(job);
+        records.jobs.push_back(job);
     }
 }
 
-void AddUserTo(Contents& contents, const UserDescription& user)
+void AddUserTo(MachineRecords& records, const UserDescription& user)
 {
-    const auto found = FindNamed(contents.users, user.name, NameOfUser);
-    if (found != contents.users.end()) {
+    const auto found = FindNamed(records.users, user.name, NameOfUser);
+    if (found != records.users.end()) {
         *found = user;
     } else {
-        contents.users.push_back(user);
+        records.users.push_back(user);
     }
 }
 
@@ -91,10 +68,10 @@ JobDescription Submitted(JobDescription job)
     return job;
 }
 
-std::vector<JobDescription> QueueOf(const Contents& contents, const std::wstring& printerName)
+std::vector<JobDescription> QueueOf(const MachineRecords& records, const std::wstring& printerName)
 {
     std::vector<JobDescription> queue;
-    for (const JobDescription& job : contents.jobs) {
+    for (const JobDescription& job : records.jobs) {
         if (SameName(job.printerName, printerName)) {
             queue.push_back(job);
         }
@@ -119,19 +96,35 @@ private:
 
 }  // namespace
 
-bool SameName(std::wstring_view first, std::wstring_view second)
+MachineState& TheMachine()
 {
-    return first.size() == second.size() &&
-           std::equal(first.begin(), first.end(), second.begin(),
-                      [](wchar_t a, wchar_t b) { return std::towupper(a) == std::towupper(b); });
+    static MachineState* state = [] {
+        auto* created = new MachineState;  // outlives every static destructor that may still ask
+        created->records = EmptyRecords();
+        return created;
+    }();
+    return *state;
+}
+
+SimulatedPrinter* FindPrinterIn(MachineRecords& records, const std::wstring& name)
+{
+    const auto found = FindNamed(records.printers, name, NameOfPrinter);
+    return found == records.printers.end() ? nullptr : &*found;
+}
+
+MachineRecords EmptyRecords()
+{
+    MachineRecords records;
+    records.computerName = kDefaultComputerName;
+    return records;
 }
 
 std::optional<PrinterIdentity> IdentifyPrinter(const std::wstring& name)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    const auto found = FindNamed(state.contents.printers, name, NameOfPrinter);
-    if (found == state.contents.printers.end()) {
+    const auto found = FindNamed(state.records.printers, name, NameOfPrinter);
+    if (found == state.records.printers.end()) {
         return std::nullopt;
     }
     return PrinterIdentity{found->serial, found->description.name};
@@ -139,39 +132,39 @@ std::optional<PrinterIdentity> IdentifyPrinter(const std::wstring& name)
 
 std::optional<PrinterState> StateOfPrinter(std::uint64_t serial)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    const auto& printers = state.contents.printers;
+    const auto& printers = state.records.printers;
     const auto found =
-        std::find_if(printers.begin(), printers.end(), [serial](const Printer& printer) { return printer.serial == serial; });
+        std::find_if(printers.begin(), printers.end(), [serial](const SimulatedPrinter& printer) { return printer.serial == serial; });
     if (found == printers.end()) {
         return std::nullopt;
     }
-    return PrinterState{found->description, QueueOf(state.contents, found->description.name),
-                        state.contents.computerName};
+    return PrinterState{found->description, QueueOf(state.records, found->description.name),
+                        state.records.computerName};
 }
 
 void SimulatedMachine::AddPrinter(const PrinterDescription& printer)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    AddPrinterTo(state.contents, state.nextSerial, printer);
+    AddPrinterTo(state.records, state.nextSerial, printer);
 }
 
 void SimulatedMachine::AddJob(const JobDescription& job)
 {
     const JobDescription submitted = Submitted(job);
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    AddJobTo(state.contents, submitted);
+    AddJobTo(state.records, submitted);
 }
 
 std::optional<PrinterDescription> SimulatedMachine::FindPrinter(const std::wstring& name)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    const auto found = FindNamed(state.contents.printers, name, NameOfPrinter);
-    if (found == state.contents.printers.end()) {
+    const auto found = FindNamed(state.records.printers, name, NameOfPrinter);
+    if (found == state.records.printers.end()) {
         return std::nullopt;
     }
     return found->description;
@@ -179,9 +172,9 @@ std::optional<PrinterDescription> SimulatedMachine::FindPrinter(const std::wstri
 
 std::optional<JobDescription> SimulatedMachine::FindJob(const std::wstring& printerName, DWORD id)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    for (const JobDescription& job : state.contents.jobs) {
+    for (const JobDescription& job : state.records.jobs) {
         if (job.id == id && SameName(job.printerName, printerName)) {
             return job;
         }
@@ -191,10 +184,10 @@ std::optional<JobDescription> SimulatedMachine::FindJob(const std::wstring& prin
 
 std::vector<std::wstring> SimulatedMachine::PrinterNames()
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
     std::vector<std::wstring> names;
-    for (const Printer& printer : state.contents.printers) {
+    for (const SimulatedPrinter& printer : state.records.printers) {
         names.push_back(printer.description.name);
     }
     return names;
@@ -202,9 +195,9 @@ std::vector<std::wstring> SimulatedMachine::PrinterNames()
 
 std::vector<JobDescription> SimulatedMachine::JobsOn(const std::wstring& printerName)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    return QueueOf(state.contents, printerName);
+    return QueueOf(state.records, printerName);
 }
 
 void SimulatedMachine::Clear() { Replace(MachineContents{}); }
@@ -215,7 +208,7 @@ void SimulatedMachine::Replace(const MachineContents& contents)
     for (const JobDescription& job : contents.jobs) {
         jobs.push_back(Submitted(job));
     }
-    Contents replacement;
+    MachineRecords replacement = EmptyRecords();
     if (!contents.computerName.empty()) {
         replacement.computerName = contents.computerName;
     }
@@ -225,34 +218,37 @@ void SimulatedMachine::Replace(const MachineContents& contents)
     for (const JobDescription& job : jobs) {
         AddJobTo(replacement, job);
     }
-    State& state = TheState();
+    for (const RegistryEntry& entry : contents.registry) {
+        ApplyRegistryEntry(replacement, entry);
+    }
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
     for (const PrinterDescription& printer : contents.printers) {
         AddPrinterTo(replacement, state.nextSerial, printer);
     }
-    std::swap(state.contents, replacement);  // the old contents go once the lock is released
+    std::swap(state.records, replacement);  // the old contents go once the lock is released
 }
 
 std::wstring SimulatedMachine::ComputerName()
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    return state.contents.computerName;
+    return state.records.computerName;
 }
 
 void SimulatedMachine::AddUser(const UserDescription& user)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    AddUserTo(state.contents, user);
+    AddUserTo(state.records, user);
 }
 
 std::optional<UserDescription> SimulatedMachine::FindUser(const std::wstring& name)
 {
-    State& state = TheState();
+    MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
-    const auto found = FindNamed(state.contents.users, name, NameOfUser);
-    if (found == state.contents.users.end()) {
+    const auto found = FindNamed(state.records.users, name, NameOfUser);
+    if (found == state.records.users.end()) {
         return std::nullopt;
     }
     return *found;

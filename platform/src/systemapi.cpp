@@ -39,6 +39,12 @@ Slot<IWinSpool, WinSpool>& WinSpoolSlot()
     return *slot;
 }
 
+Slot<IAdvApi32, AdvApi32>& AdvApi32Slot()
+{
+    static auto* slot = new Slot<IAdvApi32, AdvApi32>;
+    return *slot;
+}
+
 }  // namespace
 
 IKernel32& CurrentKernel32() { return Kernel32Slot().Current(); }
@@ -47,12 +53,15 @@ IOle32& CurrentOle32() { return Ole32Slot().Current(); }
 IOle32* Install(IOle32* replacement) { return Ole32Slot().Install(replacement); }
 IWinSpool& CurrentWinSpool() { return WinSpoolSlot().Current(); }
 IWinSpool* Install(IWinSpool* replacement) { return WinSpoolSlot().Install(replacement); }
+IAdvApi32& CurrentAdvApi32() { return AdvApi32Slot().Current(); }
+IAdvApi32* Install(IAdvApi32* replacement) { return AdvApi32Slot().Install(replacement); }
 
 }  // namespace platform
 
 using platform::CurrentKernel32;
 using platform::CurrentOle32;
 using platform::CurrentWinSpool;
+using platform::CurrentAdvApi32;
 
 HGLOBAL GlobalAlloc(UINT uFlags, SIZE_T dwBytes) { return CurrentKernel32().GlobalAlloc(uFlags, dwBytes); }
 HGLOBAL GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) { return CurrentKernel32().GlobalReAlloc(hMem, dwBytes, uFlags); }
@@ -73,6 +82,12 @@ DWORD GetFileAttributesW(LPCWSTR lpFileName) { return CurrentKernel32().GetFileA
 BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes) { return CurrentKernel32().SetFileAttributesW(lpFileName, dwFileAttributes); }
 FILE* _wfsopen(const wchar_t* filename, const wchar_t* mode, int shflag) { return CurrentKernel32()._wfsopen(filename, mode, shflag); }
 
+HMODULE LoadLibraryW(LPCWSTR lpLibFileName) { return CurrentKernel32().LoadLibraryW(lpLibFileName); }
+FARPROC GetProcAddress(HMODULE hModule, LPCSTR lpProcName) { return CurrentKernel32().GetProcAddress(hModule, lpProcName); }
+BOOL FreeLibrary(HMODULE hLibModule) { return CurrentKernel32().FreeLibrary(hLibModule); }
+DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) { return CurrentKernel32().GetModuleFileNameW(hModule, lpFilename, nSize); }
+BOOL GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) { return CurrentKernel32().GetModuleHandleExW(dwFlags, lpModuleName, phModule); }
+
 HRESULT CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit) { return CurrentOle32().CoInitializeEx(pvReserved, dwCoInit); }
 void CoUninitialize() { CurrentOle32().CoUninitialize(); }
 HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown* pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv) { return CurrentOle32().CoCreateInstance(rclsid, pUnkOuter, dwClsContext, riid, ppv); }
@@ -86,3 +101,13 @@ BOOL ClosePrinter(HANDLE hPrinter) { return CurrentWinSpool().ClosePrinter(hPrin
 BOOL GetPrinterW(HANDLE hPrinter, DWORD Level, LPBYTE pPrinter, DWORD cbBuf, LPDWORD pcbNeeded) { return CurrentWinSpool().GetPrinterW(hPrinter, Level, pPrinter, cbBuf, pcbNeeded); }
 BOOL GetPrinterDriverW(HANDLE hPrinter, LPWSTR pEnvironment, DWORD Level, LPBYTE pDriverInfo, DWORD cbBuf, LPDWORD pcbNeeded) { return CurrentWinSpool().GetPrinterDriverW(hPrinter, pEnvironment, Level, pDriverInfo, cbBuf, pcbNeeded); }
 BOOL GetJobW(HANDLE hPrinter, DWORD JobId, DWORD Level, LPBYTE pJob, DWORD cbBuf, LPDWORD pcbNeeded) { return CurrentWinSpool().GetJobW(hPrinter, JobId, Level, pJob, cbBuf, pcbNeeded); }
+
+LSTATUS RegOpenCurrentUser(REGSAM samDesired, PHKEY phkResult) { return CurrentAdvApi32().RegOpenCurrentUser(samDesired, phkResult); }
+LSTATUS RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired, PHKEY phkResult) { return CurrentAdvApi32().RegOpenKeyExW(hKey, lpSubKey, ulOptions, samDesired, phkResult); }
+LSTATUS RegCloseKey(HKEY hKey) { return CurrentAdvApi32().RegCloseKey(hKey); }
+LSTATUS RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, LPDWORD lpReserved, LPDWORD lpcSubKeys, LPDWORD lpcbMaxSubKeyLen, LPDWORD lpcbMaxClassLen, LPDWORD lpcValues, LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen, LPDWORD lpcbSecurityDescriptor, FILETIME* lpftLastWriteTime) { return CurrentAdvApi32().RegQueryInfoKeyW(hKey, lpClass, lpcchClass, lpReserved, lpcSubKeys, lpcbMaxSubKeyLen, lpcbMaxClassLen, lpcValues, lpcbMaxValueNameLen, lpcbMaxValueLen, lpcbSecurityDescriptor, lpftLastWriteTime); }
+LSTATUS RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved, LPWSTR lpClass, LPDWORD lpcchClass, FILETIME* lpftLastWriteTime) { return CurrentAdvApi32().RegEnumKeyExW(hKey, dwIndex, lpName, lpcchName, lpReserved, lpClass, lpcchClass, lpftLastWriteTime); }
+LSTATUS RegGetValueW(HKEY hkey, LPCWSTR lpSubKey, LPCWSTR lpValue, DWORD dwFlags, LPDWORD pdwType, PVOID pvData, LPDWORD pcbData) { return CurrentAdvApi32().RegGetValueW(hkey, lpSubKey, lpValue, dwFlags, pdwType, pvData, pcbData); }
+LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) { return CurrentAdvApi32().RegQueryValueExW(hKey, lpValueName, lpReserved, lpType, lpData, lpcbData); }
+
+BOOL SetThreadToken(PHANDLE Thread, HANDLE Token) { return CurrentAdvApi32().SetThreadToken(Thread, Token); }

@@ -14,5 +14,8 @@ void SetMachineRoot(const std::string& hostFolder);
 // The host path of a Windows path ("C:\a\b" or "\\server\share\b"); nothing for a path that has
 // no drive or share, or that tries to climb out of it.
 std::optional<std::string> HostPathOf(const std::wstring& windowsPath);
+// The Windows path of a host path under the root: <root>/C/a/b is "C:\a\b" and <root>/UNC/s/x/b is
+// "\\s\x\b"; nothing for a path elsewhere. Links are followed on both sides before comparing.
+std::optional<std::wstring> WindowsPathOf(const std::string& hostPath);
 
 }  // namespace platform

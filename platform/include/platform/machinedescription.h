@@ -1,5 +1,5 @@
-// Machine description files: a simulated machine's users, printers, jobs and files in one JSON
-// document, so that a run can be set up without code.
+// Machine description files: a simulated machine's users, printers, jobs, registry and files in
+// one JSON document, so that a run can be set up without code.
 //
 //   {
 //     "computerName": "QXSTUDIO",                                   optional
@@ -15,14 +15,43 @@
 //                                           optional; BIDI_INT, BIDI_FLOAT, BIDI_BOOL, BIDI_STRING,
 //                                           BIDI_TEXT, BIDI_ENUM, BIDI_BLOB
 //       "bidiReachable": true,                                      optional, default true
+//       "paperSources": ANSWER,             optional; the one answer to every paper source query
+//       "paperSourceAnswers": [ANSWER, ...], optional, instead; answers in turn, the last repeating
+//       "koruPaperSources": [{"number": 1, "name": "Roll 1", "mediaId": "1", "type": "continuousRoll",
+//           "mediaUnits": "millimeters", "mediaSizeName": "", "mediaWidth": "1117.6",
+//           "mediaLength": "45720", "inputInstalled": "installed", "mediaType": "Plain Paper",
+//           "notReady": "false", "comment": "..."}],                 optional; every field optional,
+//                                           texts as the KORU description carries them, number
+//                                           defaulting to the place in the list
 //       "comment", "location", "driverPath", "dataFile", "configFile", "helpFile",
 //       "manufacturer", "oemUrl", "hardwareId": "text",             optional
 //       "driverDate": "2024-05-17"                                  optional
 //     }],
 //     "jobs": [{"id": 12, "printer": "...", "document": "...", "user": "ana", "totalPages": 3,
 //               "size": 1024}],                                     size optional
+//     "registry": {                                                 optional
+//       "HKEY_LOCAL_MACHINE\\SOFTWARE\\QX\\QX Print Preview2": {
+//         "PPExecPath": {"type": "REG_SZ", "value": "C:\\Program Files\\QX\\"}},
+//       "HKEY_USERS\\ana\\Printers\\Connections\\,,srv,plotter": {
+//         "GuidPrinter": {"type": "REG_SZ", "value": "{...}"}}
+//     },                                    a key (with its values; {} for none) under
+//                                           HKEY_LOCAL_MACHINE or a declared user's HKEY_CURRENT_USER
+//                                           (HKEY_USERS\<user>, or HKEY_USERS\.DEFAULT); value types
+//                                           REG_SZ and REG_EXPAND_SZ (a string), REG_DWORD (0 to
+//                                           4294967295), REG_MULTI_SZ (an array of strings),
+//                                           REG_BINARY (hexadecimal digit pairs, "00ff1a"); "" names
+//                                           the key's default value
 //     "files": {"C:\\path\\file": "text" or ["line", "line"]}      optional
 //   }
+//
+// ANSWER, one answer to "\Printer.PaperSource", every field optional:
+//   {"defaultSource": 2, "notReadyMask": 0, "comment": "...",
+//    "sources": [{"number": 1,                      default: the place in the list, from 1
+//                 "type": "continuousRoll", "installed": "installed",
+//                 "installedType": "BIDI_ENUM",     or "BIDI_STRING"; default "BIDI_ENUM"
+//                 "width": 31680, "length": 1296000, "notReady": false, "mediaProtected": 0, "id": 1,
+//                 "name": "Roll 1", "vendor": "QX Inc", "comment": "..."}]}
+//   Widths and lengths are in 1/720 inch. Each field given becomes one bidi entry of the answer.
 //
 // Every section is optional. A field the format does not know, a value of the wrong type, a
 // duplicate name or a reference to an undeclared printer or user refuses the whole file.

@@ -1,5 +1,6 @@
-// The printers, drivers, print jobs and users behind the spooler, the driver property bag and the
-// bidi calls. The host loads them from a machine description; tests declare them in code.
+// The printers, drivers, print jobs, users and registry behind the spooler, the driver property bag,
+// the bidi calls and the registry calls. The host loads them from a machine description; tests
+// declare them in code.
 #pragma once
 
 #include <map>
@@ -9,6 +10,8 @@
 #include <vector>
 
 #include "../windows.h"
+#include "papersources.h"
+#include "registrydata.h"
 
 struct IPrinterPropertyBag;
 
@@ -37,6 +40,12 @@ struct PrinterDescription {
     // cannot be reached through bidi refuses to bind.
     std::map<std::wstring, BidiValue> bidiValues;
     bool bidiReachable = true;
+    // What the printer answers to paper source queries, in turn: each request that asks for paper
+    // sources takes the next answer, and the last one repeats. Its entries join bidiValues, in
+    // place of declared values of the same name. None: only bidiValues answer.
+    std::vector<PaperSourceAnswer> paperSourceAnswers;
+    // What the driver's KORU library describes for this printer.
+    std::vector<KoruPaperSource> koruPaperSources;
 
     // What the spooler reports besides; an empty text is reported as an empty string.
     std::wstring comment;
@@ -72,13 +81,14 @@ struct MachineContents {
     std::vector<UserDescription> users;
     std::vector<PrinterDescription> printers;
     std::vector<JobDescription> jobs;
+    std::vector<RegistryEntry> registry;  // applied in order
 };
 
 // Printer and user names are compared without regard to case, as Windows compares them. Every
 // call is safe from any thread.
 class SimulatedMachine {
 public:
-    // Replaces a printer of the same name.
+    // Replaces a printer of the same name, which then starts its paper source answers over.
     static void AddPrinter(const PrinterDescription& printer);
     // Replaces a job of the same id on the same printer; a job queues behind the printer's others.
     static void AddJob(const JobDescription& job);
@@ -88,7 +98,8 @@ public:
     static std::vector<std::wstring> PrinterNames();
     // The printer's queue, in order.
     static std::vector<JobDescription> JobsOn(const std::wstring& printerName);
-    // Forgets every printer, job and user; handles already open to printers fail from then on.
+    // Forgets every printer, job, user and registry key; handles already open to printers and keys
+    // fail from then on.
     static void Clear();
     // Clear and fill in one step: no caller sees a machine between the old contents and the new.
     static void Replace(const MachineContents& contents);
@@ -105,10 +116,27 @@ public:
     // The user a token stands for; nothing for a handle that is not an open token.
     static std::optional<std::wstring> UserOfToken(HANDLE token);
 
+    // The user the calling thread runs as: the user it impersonates (SetThreadToken), else the
+    // process's user, which is the machine's first user; nothing for a machine without users.
+    static std::optional<std::wstring> CurrentUser();
+    static std::optional<std::wstring> ProcessUser();
+
     // A new object over the printer's version-4 driver property bag, holding one reference; null
     // for an unknown printer or one without a bag. It starts with the printer's declared values;
     // what is set through it stays with the object.
     static IPrinterPropertyBag* NewDriverPropertyBag(const std::wstring& printerName);
+
+    // How many bidi requests asked the printer for its paper sources since it was added; the next
+    // one takes answer number min(count, answers - 1) of its paperSourceAnswers.
+    static std::size_t PaperSourceQueries(const std::wstring& printerName);
+
+    // The registry. Keys are paths below the hive ("SOFTWARE\QX\QX Print Preview2"); the keys on
+    // a path are created as needed. An empty value name is the key's default value.
+    static void SetRegistryValue(const RegistryHive& hive, const std::wstring& key, const std::wstring& valueName,
+                                 const RegistryData& data);
+    static void CreateRegistryKey(const RegistryHive& hive, const std::wstring& key);
+    // The key with its values and everything below it; handles open to them fail from then on.
+    static void DeleteRegistryKey(const RegistryHive& hive, const std::wstring& key);
 };
 
 }  // namespace platform

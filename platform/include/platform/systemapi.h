@@ -31,6 +31,12 @@ public:
     virtual DWORD GetFileAttributesW(LPCWSTR fileName) = 0;
     virtual BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) = 0;
     virtual FILE* _wfsopen(const wchar_t* fileName, const wchar_t* mode, int shareFlag) = 0;
+
+    virtual HMODULE LoadLibraryW(LPCWSTR fileName) = 0;
+    virtual FARPROC GetProcAddress(HMODULE module, LPCSTR procName) = 0;
+    virtual BOOL FreeLibrary(HMODULE module) = 0;
+    virtual DWORD GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size) = 0;
+    virtual BOOL GetModuleHandleExW(DWORD flags, LPCWSTR moduleName, HMODULE* module) = 0;
 };
 
 class IOle32 {
@@ -60,6 +66,28 @@ public:
                          LPDWORD needed) = 0;
 };
 
+// The registry and the thread token.
+class IAdvApi32 {
+public:
+    virtual ~IAdvApi32() = default;
+
+    virtual LSTATUS RegOpenCurrentUser(REGSAM access, PHKEY result) = 0;
+    virtual LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY result) = 0;
+    virtual LSTATUS RegCloseKey(HKEY key) = 0;
+    virtual LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR className, LPDWORD classChars, LPDWORD reserved,
+                                     LPDWORD subKeys, LPDWORD maxSubKeyChars, LPDWORD maxClassChars, LPDWORD values,
+                                     LPDWORD maxValueNameChars, LPDWORD maxValueBytes, LPDWORD securityDescriptorBytes,
+                                     FILETIME* lastWriteTime) = 0;
+    virtual LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameChars, LPDWORD reserved,
+                                  LPWSTR className, LPDWORD classChars, FILETIME* lastWriteTime) = 0;
+    virtual LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, LPDWORD type, PVOID data,
+                                 LPDWORD dataBytes) = 0;
+    virtual LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, LPDWORD reserved, LPDWORD type, LPBYTE data,
+                                     LPDWORD dataBytes) = 0;
+
+    virtual BOOL SetThreadToken(PHANDLE thread, HANDLE token) = 0;
+};
+
 // The real implementations; derive from these to fail single calls.
 class Kernel32 : public IKernel32 {
 public:
@@ -81,6 +109,12 @@ public:
     DWORD GetFileAttributesW(LPCWSTR fileName) override;
     BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) override;
     FILE* _wfsopen(const wchar_t* fileName, const wchar_t* mode, int shareFlag) override;
+
+    HMODULE LoadLibraryW(LPCWSTR fileName) override;
+    FARPROC GetProcAddress(HMODULE module, LPCSTR procName) override;
+    BOOL FreeLibrary(HMODULE module) override;
+    DWORD GetModuleFileNameW(HMODULE module, LPWSTR fileName, DWORD size) override;
+    BOOL GetModuleHandleExW(DWORD flags, LPCWSTR moduleName, HMODULE* module) override;
 };
 
 class Ole32 : public IOle32 {
@@ -93,6 +127,25 @@ public:
     HRESULT CoRevokeClassObject(DWORD cookie) override;
     HRESULT CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStream** stream) override;
     HRESULT GetHGlobalFromStream(IStream* stream, HGLOBAL* memory) override;
+};
+
+// The registry of the simulated machine.
+class AdvApi32 : public IAdvApi32 {
+public:
+    LSTATUS RegOpenCurrentUser(REGSAM access, PHKEY result) override;
+    LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY result) override;
+    LSTATUS RegCloseKey(HKEY key) override;
+    LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR className, LPDWORD classChars, LPDWORD reserved, LPDWORD subKeys,
+                             LPDWORD maxSubKeyChars, LPDWORD maxClassChars, LPDWORD values, LPDWORD maxValueNameChars,
+                             LPDWORD maxValueBytes, LPDWORD securityDescriptorBytes, FILETIME* lastWriteTime) override;
+    LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameChars, LPDWORD reserved, LPWSTR className,
+                          LPDWORD classChars, FILETIME* lastWriteTime) override;
+    LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, LPDWORD type, PVOID data,
+                         LPDWORD dataBytes) override;
+    LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, LPDWORD reserved, LPDWORD type, LPBYTE data,
+                             LPDWORD dataBytes) override;
+
+    BOOL SetThreadToken(PHANDLE thread, HANDLE token) override;
 };
 
 // The spooler of the simulated machine.
@@ -113,6 +166,8 @@ IOle32& CurrentOle32();
 IOle32* Install(IOle32* replacement);
 IWinSpool& CurrentWinSpool();
 IWinSpool* Install(IWinSpool* replacement);
+IAdvApi32& CurrentAdvApi32();
+IAdvApi32* Install(IAdvApi32* replacement);
 
 template <class Api>
 class ScopedInstall {

@@ -1,0 +1,35 @@
+// What one preview session shares with its message handlers: the data the application asks for
+// and the result it sends back.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "previewrecords.h"
+
+class PreviewChannelState {
+public:
+    // Complete before the application starts and unchanged while it runs, so the handlers read
+    // them without a lock.
+    PrintPreviewData data{};
+    std::vector<PaperSourceEntry> paperSources;
+    std::wstring softwareUrl;
+
+    // Takes the first sizeof(PrintPreviewResult) bytes of a received payload; a later result
+    // replaces an earlier one.
+    void StoreResult(const void* payload);
+    bool ResultReceived() const;
+    // All zero until a result was received.
+    PrintPreviewResult Result() const;
+    // The result's encoded settings text up to its terminator, or all 512 bytes when the
+    // application left none.
+    std::string ResultEncodedSettings() const;
+
+private:
+    // The result arrives on the library's thread, which may still be storing it when the
+    // application has already exited and the session reads it.
+    mutable std::mutex m_resultLock;
+    PrintPreviewResult m_result{};
+    bool m_resultReceived = false;
+};

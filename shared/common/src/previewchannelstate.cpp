@@ -1,0 +1,31 @@
+#include "previewchannelstate.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+void PreviewChannelState::StoreResult(const void* payload)
+{
+    const std::lock_guard<std::mutex> hold(m_resultLock);
+    std::memcpy(&m_result, payload, sizeof(m_result));
+    m_resultReceived = true;
+}
+
+bool PreviewChannelState::ResultReceived() const
+{
+    const std::lock_guard<std::mutex> hold(m_resultLock);
+    return m_resultReceived;
+}
+
+PrintPreviewResult PreviewChannelState::Result() const
+{
+    const std::lock_guard<std::mutex> hold(m_resultLock);
+    return m_result;
+}
+
+std::string PreviewChannelState::ResultEncodedSettings() const
+{
+    const std::lock_guard<std::mutex> hold(m_resultLock);
+    const char* const text = m_result.encodedSettings;
+    return std::string(text, std::find(text, text + std::size(m_result.encodedSettings), '\0'));
+}

@@ -1,0 +1,132 @@
+#include "pipeendpoint.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "frameheader.h"
+#include "framereader.h"
+#include "localsocket.h"
+
+namespace qxicl {
+
+std::shared_ptr<PipeEndpoint> PipeEndpoint::Start(const std::string& socketPath,
+                                                  std::shared_ptr<HandlerTable> handlers)
+{
+    UniqueFd wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!wake.IsValid()) {
+        return nullptr;
+    }
+    UniqueFd listener = ListenAt(socketPath);
+    if (!listener.IsValid()) {
+        return nullptr;
+    }
+    std::shared_ptr<PipeEndpoint> endpoint(
+        new PipeEndpoint(socketPath, std::move(listener), std::move(wake), std::move(handlers)));
+    // The thread keeps its endpoint alive, so a handler may stop its own pipe.
+    endpoint->m_thread = std::thread([self = endpoint] { self->Run(); });
+    return endpoint;
+}
+
+PipeEndpoint::PipeEndpoint(std::string socketPath, UniqueFd listener, UniqueFd wake,
+                           std::shared_ptr<HandlerTable> handlers)
+    : m_socketPath(std::move(socketPath)),
+      m_listener(std::move(listener)),
+      m_wake(std::move(wake)),
+      m_handlers(std::move(handlers))
+{
+}
+
+PipeEndpoint::~PipeEndpoint()
+{
+    Stop();
+}
+
+void PipeEndpoint::Stop()
+{
+    if (m_stopping.exchange(true)) {
+        return;
+    }
+    // Senders find no endpoint from here on; the event stays set, so every later wait sees it.
+    ::unlink(m_socketPath.c_str());
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(m_wake.Get(), &one, sizeof one);
+    if (m_thread.get_id() == std::this_thread::get_id()) {
+        m_thread.detach();
+        return;
+    }
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+    m_listener.Reset();
+}
+
+void PipeEndpoint::Run()
+{
+    while (WaitForConnection()) {
+        const UniqueFd connection(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (connection.IsValid() && !Serve(connection.Get())) {
+            return;
+        }
+    }
+}
+
+bool PipeEndpoint::WaitForConnection() const
+{
+    for (;;) {
+        pollfd watched[2] = {{m_listener.Get(), POLLIN, 0}, {m_wake.Get(), POLLIN, 0}};
+        const int ready = ::poll(watched, 2, -1);
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        return ready > 0 && (watched[1].revents & POLLIN) == 0;
+    }
+}
+
+bool PipeEndpoint::Serve(int connection)
+{
+    for (;;) {
+        unsigned char headerBytes[kFrameHeaderSize];
+        ReadResult result = ReadExactly(connection, m_wake.Get(), headerBytes, sizeof headerBytes);
+        if (result != ReadResult::Complete) {
+            return result != ReadResult::Stopped;
+        }
+        const FrameHeader header = FrameHeader::Decode(headerBytes);
+        if (!header.IsAcceptable()) {
+            return true;
+        }
+        PrepareBuffer(header.size);
+        result = ReadExactly(connection, m_wake.Get(), m_buffer.data(), header.size);
+        if (result != ReadResult::Complete) {
+            return result != ReadResult::Stopped;
+        }
+        Deliver(header.message);
+        if (m_stopping) {
+            return false;
+        }
+    }
+}
+
+void PipeEndpoint::PrepareBuffer(std::uint32_t payloadSize)
+{
+    m_buffer.assign(std::max<std::size_t>(kMinDeliveryBuffer, payloadSize + kDeliveryZeroTail), 0);
+}
+
+// Handlers are plain functions of the callers; nothing they throw may end the receive thread.
+void PipeEndpoint::Deliver(std::int32_t message)
+{
+    const PipeMessageHandler handler = m_handlers->Find(message);
+    if (handler == nullptr) {
+        return;
+    }
+    try {
+        handler(m_buffer.data());
+    } catch (...) {
+    }
+}
+
+}  // namespace qxicl

@@ -1,0 +1,1512 @@
+// The preview session's channel and data set: the binary records byte by byte, the data block and
+// the paper source entries as the application receives them, the settings record of the encoding
+// library, and the message handlers over doubles of the communication library (and over the real
+// stand-in when it is built), one session's handlers kept apart from another's.
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <msxml6.h>
+#include <objbase.h>
+#include <platform/simulatedmachine.h>
+#include <wrl/client.h>
+
+#include "comlibmanager.h"
+#include "driverlibrarypath.h"
+#include "jobcontext.h"
+#include "morvikmanager.h"
+#include "morvikrecord.h"
+#include "pipelinepropertybagproxy.h"
+#include "previewchannelstate.h"
+#include "previewdataset.h"
+#include "previewhandlerslot.h"
+#include "previewmessages.h"
+#include "previewrecords.h"
+#include "printerattributesettings.h"
+#include "printerdriverproperties.h"
+#include "ptsettings.h"
+#include "testbstr.h"
+#include "testmachine.h"
+#include "xpsfpkeys.h"
+
+using Microsoft::WRL::ComPtr;
+using platform::DriverPropertyValue;
+using testsupport::Bstr;
+using testsupport::JobContext;
+using testsupport::LogTail;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using DriverBag = std::map<std::wstring, DriverPropertyValue>;
+
+template <class Record>
+Bytes BytesOf(const Record& record)
+{
+    const auto* begin = reinterpret_cast<const std::uint8_t*>(&record);
+    return Bytes(begin, begin + sizeof(record));
+}
+
+std::uint32_t U32At(const Bytes& bytes, std::size_t offset)
+{
+    std::uint32_t value = 0;
+    for (std::size_t byte = 4; byte-- > 0;) {
+        value = value << 8 | bytes.at(offset + byte);
+    }
+    return value;
+}
+
+bool AllZero(const Bytes& bytes, std::size_t from, std::size_t to)
+{
+    return std::all_of(bytes.begin() + from, bytes.begin() + to, [](std::uint8_t byte) { return byte == 0; });
+}
+
+// UTF-16LE of ASCII text, as a wide field holds it.
+Bytes Utf16Le(const std::string& ascii)
+{
+    Bytes bytes;
+    for (const char character : ascii) {
+        bytes.push_back(static_cast<std::uint8_t>(character));
+        bytes.push_back(0);
+    }
+    return bytes;
+}
+
+Bytes Slice(const Bytes& bytes, std::size_t offset, std::size_t size)
+{
+    return Bytes(bytes.begin() + offset, bytes.begin() + offset + size);
+}
+
+// The record the tail saw with the text, level and site included; empty when there is none.
+std::string LoggedLine(const LogTail& log, const std::string& text)
+{
+    const std::string logged = log.Settled();
+    const std::size_t found = logged.find(text);
+    if (found == std::string::npos) {
+        return {};
+    }
+    const std::size_t start = logged.rfind('\n', found);
+    return logged.substr(start == std::string::npos ? 0 : start + 1, logged.find('\n', found) - start);
+}
+
+bool LoggedAsError(const LogTail& log, const std::string& text)
+{
+    return LoggedLine(log, text).find("[ERR]") != std::string::npos;
+}
+
+template <std::size_t N>
+std::u16string Text(const char16_t (&field)[N])
+{
+    return std::u16string(field, std::find(field, field + N, u'\0'));
+}
+
+// ---- the communication library's double: what was started, registered and sent
+
+struct SentMessage {
+    std::string pipe;
+    std::int32_t message;
+    Bytes payload;
+};
+
+struct Registration {
+    std::string pipe;
+    std::int32_t message;
+    PipeMessageHandler handler;
+};
+
+struct FakeComLib {
+    std::vector<std::string> started;
+    std::vector<std::string> stopped;
+    std::vector<Registration> registrations;
+    std::vector<SentMessage> sent;
+    // The status of each send, by the message and how many were sent before it.
+    std::function<std::int32_t(std::int32_t message, std::size_t index)> status;
+};
+
+FakeComLib fakeComLib;
+
+ComLibManager::Exports FakeExports()
+{
+    ComLibManager::Exports exports;
+    exports.startPipe = [](const char* pipe) { fakeComLib.started.emplace_back(pipe); };
+    exports.stopPipe = [](const char* pipe) { fakeComLib.stopped.emplace_back(pipe); };
+    exports.registerForMessage = [](const char* pipe, std::int32_t message, PipeMessageHandler handler) {
+        fakeComLib.registrations.push_back({pipe, message, handler});
+    };
+    exports.sendPipeMessage = [](const char* pipe, std::int32_t message, const void* payload,
+                                 std::int32_t size) -> std::int32_t {
+        const auto* bytes = static_cast<const std::uint8_t*>(payload);
+        const std::size_t index = fakeComLib.sent.size();
+        fakeComLib.sent.push_back({pipe, message, Bytes(bytes, bytes + size)});
+        return fakeComLib.status ? fakeComLib.status(message, index) : 0;
+    };
+    return exports;
+}
+
+std::vector<std::int32_t> SentNumbers()
+{
+    std::vector<std::int32_t> numbers;
+    for (const SentMessage& message : fakeComLib.sent) {
+        numbers.push_back(message.message);
+    }
+    return numbers;
+}
+
+// What the library hands a handler: the payload and zeros up to 4096 bytes.
+Bytes Delivered(const Bytes& payload)
+{
+    Bytes buffer(std::max<std::size_t>(payload.size(), 4096), 0);
+    std::copy(payload.begin(), payload.end(), buffer.begin());
+    return buffer;
+}
+
+PaperSourceEntry Entry(std::uint32_t position)
+{
+    PaperSourceEntry entry{};
+    entry.state = 1;
+    entry.position = position;
+    entry.constant8 = 8;
+    entry.width = static_cast<std::int32_t>(100000 * position);
+    entry.name[0] = u'R';
+    return entry;
+}
+
+// One session over the double: its channel, its state and its handlers in a slot.
+struct Session {
+    explicit Session(const std::string& name, std::size_t sources = 0)
+        : channel(name + "_IN", FakeExports()), slot(state, channel, name + "_OUT")
+    {
+        state.data.copies = 3;
+        state.data.pageCount = 12;
+        state.data.printerName[0] = u'P';
+        for (std::uint32_t position = 1; position <= sources; ++position) {
+            state.paperSources.push_back(Entry(position));
+        }
+    }
+
+    void Request(PipeMessageHandler handler, const Bytes& payload = {}) const
+    {
+        Bytes buffer = Delivered(payload);
+        handler(buffer.data());
+    }
+
+    PreviewChannelState state;
+    ComLibManager channel;
+    PreviewHandlerSlot slot;
+};
+
+class ChannelTest : public testing::Test {
+protected:
+    void SetUp() override { fakeComLib = FakeComLib{}; }
+    void TearDown() override { fakeComLib = FakeComLib{}; }
+};
+
+// ---- the encoding library's double
+
+struct FakeMorvik {
+    MorvikSettingsRecord encoded{};
+    std::string output = "ENCODED-SETTINGS";
+    std::string decodedText;
+    MorvikSettingsRecord decoded{};
+    std::uint8_t success = 1;
+};
+
+FakeMorvik fakeMorvik;
+
+MorvikManager::Exports FakeMorvikExports()
+{
+    MorvikManager::Exports exports;
+    exports.encode = [](MorvikSettingsRecord record, char* output) -> std::int32_t {
+        fakeMorvik.encoded = record;
+        std::memcpy(output, fakeMorvik.output.data(), std::min<std::size_t>(fakeMorvik.output.size(), 512));
+        return 0;
+    };
+    exports.decode = [](const char* text, std::uint8_t* success) -> MorvikSettingsRecord {
+        fakeMorvik.decodedText = text;
+        *success = fakeMorvik.success;
+        return fakeMorvik.decoded;
+    };
+    return exports;
+}
+
+// ---- tickets and the printer they are read for
+
+const std::wstring kTicketStart = LR"(<?xml version="1.0" encoding="UTF-8"?>
+<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
+    xmlns:psk="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
+    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
+    xmlns:ns0000="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
+)";
+const std::wstring kTicketEnd = L"</psf:PrintTicket>\n";
+
+std::wstring Option(const std::wstring& feature, const std::wstring& option)
+{
+    const std::wstring prefix = feature.substr(0, feature.find(L':') + 1);
+    return L"<psf:Feature name=\"" + feature + L"\"><psf:Option name=\"" + prefix + option + L"\"/></psf:Feature>\n";
+}
+
+std::wstring Parameter(const std::wstring& parameter, const std::wstring& value, const std::wstring& type = L"string")
+{
+    return L"<psf:ParameterInit name=\"" + parameter + L"\"><psf:Value xsi:type=\"xsd:" + type + L"\">" + value +
+           L"</psf:Value></psf:ParameterInit>\n";
+}
+
+std::wstring Copies(int copies) { return Parameter(L"psk:JobCopiesAllDocuments", std::to_wstring(copies), L"integer"); }
+
+const std::wstring kMediaSizeA1 = LR"(
+  <psf:Feature name="psk:PageMediaSize">
+    <psf:Option name="psk:ISOA1">
+      <psf:ScoredProperty name="psk:MediaSizeWidth">
+        <psf:Value xsi:type="xsd:integer">594000</psf:Value></psf:ScoredProperty>
+      <psf:ScoredProperty name="psk:MediaSizeHeight">
+        <psf:Value xsi:type="xsd:integer">841000</psf:Value></psf:ScoredProperty>
+    </psf:Option>
+  </psf:Feature>
+)";
+
+// Every ticket the driver writes carries a copy count and a page size.
+std::wstring Ticket(const std::wstring& body, int copies = 1)
+{
+    return kTicketStart + Copies(copies) + kMediaSizeA1 + body + kTicketEnd;
+}
+
+std::wstring PageScaling(const std::wstring& option, const std::wstring& properties)
+{
+    return L"<psf:Feature name=\"ns0000:PageScaling\"><psf:Option name=\"ns0000:" + option + L"\">" + properties +
+           L"</psf:Option></psf:Feature>\n";
+}
+
+std::wstring AdjustmentParameters(const std::wstring& lightness, const std::wstring& red, const std::wstring& green,
+                              const std::wstring& blue)
+{
+    return Parameter(L"ns0000:PageColorAdjustmentLightness", lightness, L"integer") +
+           Parameter(L"ns0000:PageColorAdjustmentRed", red, L"integer") +
+           Parameter(L"ns0000:PageColorAdjustmentGreen", green, L"integer") +
+           Parameter(L"ns0000:PageColorAdjustmentBlue", blue, L"integer");
+}
+
+std::wstring Scored(const std::wstring& name, const std::wstring& value, const std::wstring& type = L"integer")
+{
+    return L"<psf:ScoredProperty name=\"" + name + L"\"><psf:Value xsi:type=\"xsd:" + type + L"\">" + value +
+           L"</psf:Value></psf:ScoredProperty>";
+}
+
+const std::wstring kFitToA2 =
+    PageScaling(L"FitToPaperSize", Scored(L"ns0000:PaperWidth", L"420000") + Scored(L"ns0000:PaperHeight", L"594000") +
+                                   Scored(L"ns0000:PaperName", L"ISOA2", L"string"));
+
+// Every feature the settings record carries, each with an option other than its default, on a
+// custom medium with colour adjustments.
+const std::wstring kPosterTicket = Ticket(
+    Option(L"psk:JobInputBin", L"Roll2") + Option(L"ns0000:JobEconomode", L"OFF") +
+        Option(L"ns0000:JobUnidirectional", L"ON") + Option(L"ns0000:JobMaxDetail", L"ON") +
+        Option(L"ns0000:JobMorePasses", L"ON") + Option(L"ns0000:JobMarginsLayout", L"Oversize") +
+        Option(L"ns0000:JobAlignment", L"KeepRight") + Option(L"ns0000:JobPrinterEmulation", L"QXColorwave3000") +
+        Option(L"ns0000:JobEnableCropLines", L"ON") + Option(L"ns0000:JobEnableAutoCutter", L"OFF") +
+        Option(L"ns0000:JobEnableMultiPageCutter", L"ON") +
+        Option(L"ns0000:JobEnableVerticalCutter", L"ON") + Option(L"ns0000:JobPageOrder", L"Reverse") +
+        Option(L"ns0000:JobOutputBin", L"Folder") + Option(L"ns0000:JobFolderStyle", L"Predefined3") +
+        Option(L"ns0000:JobHoldForAttendedMode", L"ON") + Option(L"ns0000:JobPrintPreview", L"ON") +
+        Option(L"ns0000:JobRemoveBlankAreas", L"ON") + Option(L"ns0000:JobStorage", L"Personal") +
+        Option(L"ns0000:JobUserMargin", L"_3mm") + Option(L"ns0000:JobRotate", L"None") +
+        Option(L"ns0000:JobPrintQualitySettings", L"Custom") + Option(L"ns0000:JobGlossEnhancer", L"FullPage") +
+        Option(L"ns0000:JobFastRenderingMode", L"ON") + Option(L"ns0000:JobSizePassTrough", L"ON") +
+        Option(L"psk:DocumentCollate", L"Collated") + Option(L"psk:PageMediaType", L"Plainpaper") +
+        Parameter(L"ns0000:PageMediaTypeId", L"GL190-Studio") +
+        Parameter(L"ns0000:PageMediaTypeInit", L"Studio gloss 190") + Option(L"psk:PageOrientation", L"Landscape") +
+        Option(L"psk:PageOutputColor", L"Grayscale") + Option(L"psk:PageOutputQuality", L"High") +
+        Option(L"psk:PageResolution", L"_150dpi") + Option(L"psk:PageColorManagement", L"Driver") +
+        Option(L"psk:PageICMRenderingIntent", L"AbsoluteColorimetric") +
+        Option(L"ns0000:PageRGBColorManagement", L"AdobeRGB") + Option(L"ns0000:PageCMYKColorManagement", L"TOYO") +
+        Option(L"ns0000:PagePantoneEmulation", L"ON") + Option(L"ns0000:PageAutorotate", L"_24inches") +
+        Option(L"psk:PageMirrorImage", L"MirrorImageWidth") + kFitToA2 +
+        AdjustmentParameters(L"0", L"-7", L"0", L"0"),
+    3);
+
+DriverBag RasterDriverBag()
+{
+    return {
+        {L"Platform", std::wstring(L"Mesa")},
+        {L"PDL", std::wstring(L"KESTREL")},
+        {L"ColorAdjustment", true},
+        {L"PureBlackAndWhiteSupported", true},
+        {L"IsArssSupported", false},
+        {L"CanDoCropLinesAndRBAAndAutoRotatePDF", true},
+        {L"EncryptedPinSupported", std::wstring(L"On")},
+        {L"ConnectivityProtocolsSupported", std::wstring(L"USB,KORU")},
+    };
+}
+
+DriverBag With(DriverBag bag, const std::wstring& key, DriverPropertyValue value)
+{
+    bag[key] = std::move(value);
+    return bag;
+}
+
+const wchar_t kPrinterName[] = L"QX Preview Printer";
+
+platform::PrinterDescription Printer(DriverBag bag)
+{
+    platform::PrinterDescription printer;
+    printer.name = kPrinterName;
+    printer.port = L"USB001";
+    printer.driverName = L"QX LFP Class Driver";
+    printer.driverPropertyBag = std::move(bag);
+    return printer;
+}
+
+// A job on the printer, seen through the pipeline property bag, with the driver's properties.
+class Job {
+public:
+    explicit Job(DriverBag bag = RasterDriverBag(), platform::PrinterDescription printer = {})
+        : job_(printer.name.empty() ? Printer(std::move(bag)) : std::move(printer)),
+          proxy_(job_.BagInterface()),
+          attributes_(proxy_),
+          properties_(proxy_, attributes_)
+    {
+    }
+
+    PipelinePropertyBagProxy& Proxy() { return proxy_; }
+    PrinterDriverProperties& Properties() { return properties_; }
+
+private:
+    JobContext job_;
+    PipelinePropertyBagProxy proxy_;
+    PrinterAttributeSettings attributes_;
+    PrinterDriverProperties properties_;
+};
+
+class TicketTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
+        fakeMorvik = FakeMorvik{};
+    }
+    void TearDown() override
+    {
+        documents_.clear();
+        CoUninitialize();
+    }
+
+    PTSettings Load(const std::wstring& xml, Job& job)
+    {
+        ComPtr<IXMLDOMDocument2> document;
+        EXPECT_EQ(CoCreateInstance(CLSID_DOMDocument60, nullptr, CLSCTX_ALL, IID_PPV_ARGS(&document)), S_OK);
+        VARIANT_BOOL loaded = VARIANT_FALSE;
+        EXPECT_EQ(document->loadXML(Bstr(xml), &loaded), S_OK);
+        EXPECT_EQ(loaded, VARIANT_TRUE);
+        documents_.push_back(document);
+        PTSettings settings(&job.Properties());
+        settings.LoadPrintTicket(document.Get());
+        settings.DetachDriverProperties();
+        return settings;
+    }
+
+    MorvikSettingsRecord Filled(const std::wstring& xml, DriverBag bag = RasterDriverBag())
+    {
+        Job job(std::move(bag));
+        PTSettings settings = Load(xml, job);
+        MorvikManager morvik(FakeMorvikExports());
+        morvik.Fill(settings);
+        return morvik.Record();
+    }
+
+private:
+    std::vector<ComPtr<IXMLDOMDocument2>> documents_;
+};
+
+PreviewDataSet::MorvikLoader FakeMorvikLoader()
+{
+    return [] { return std::make_unique<MorvikManager>(FakeMorvikExports()); };
+}
+
+}  // namespace
+
+// ---- record layouts
+
+TEST(RecordLayout, TheDataBlockCarriesEveryFieldAtItsOffsetLittleEndian)
+{
+    PrintPreviewData data{};
+    data.pureBlackAndWhiteSupported = 1;
+    data.paperSourceQuerySupported = 1;
+    data.sizePassThrough = 1;
+    data.platformId = 0x02;
+    data.copies = 0x0A0B0C0D;
+    data.pageCount = -2;
+    data.mediaWidth = 594000;
+    data.mediaHeight = 841000;
+    data.rollWidth = 914400;
+    data.scalingPercentage = 75;
+    data.fitToPaperWidth = 420000;
+    data.fitToPaperHeight = 594000;
+    data.fitToPaperOption = 17;
+    data.pdlId = 2;
+    std::memcpy(data.prnFilePath, u"C:\\job.prn", 20);
+    std::memcpy(data.documentName, u"poster", 12);
+    std::memcpy(data.printerName, u"QX", 4);
+    std::memcpy(data.encodedSettings, "2AbC", 4);
+    std::memcpy(data.customMediaTypeName, u"Gloss", 10);
+    data.cropLinesRbaAutorotatePdf = 1;
+
+    const Bytes bytes = BytesOf(data);
+    ASSERT_EQ(bytes.size(), 2048u);
+    EXPECT_EQ(bytes[0], 1);
+    EXPECT_EQ(bytes[1], 1);
+    EXPECT_EQ(bytes[2], 0);
+    EXPECT_EQ(bytes[3], 1);
+    const std::pair<std::size_t, std::uint32_t> numbers[] = {
+        {4, 2},       {8, 0x0A0B0C0D}, {12, 0xFFFFFFFE}, {16, 594000}, {20, 841000}, {24, 914400},
+        {28, 75},     {32, 420000},    {36, 594000},     {40, 17},     {44, 2},
+    };
+    for (const auto& [offset, value] : numbers) {
+        EXPECT_EQ(U32At(bytes, offset), value) << "offset " << offset;
+    }
+    EXPECT_EQ(bytes[8], 0x0D) << "little-endian";
+    EXPECT_EQ(Slice(bytes, 48, 22), Utf16Le(std::string("C:\\job.prn") + '\0'));
+    EXPECT_EQ(Slice(bytes, 560, 14), Utf16Le(std::string("poster") + '\0'));
+    EXPECT_EQ(Slice(bytes, 816, 6), Utf16Le(std::string("QX") + '\0'));
+    EXPECT_EQ(Slice(bytes, 1328, 5), (Bytes{'2', 'A', 'b', 'C', 0}));
+    EXPECT_EQ(Slice(bytes, 1840, 12), Utf16Le(std::string("Gloss") + '\0'));
+    EXPECT_EQ(bytes[2040], 1);
+    EXPECT_TRUE(AllZero(bytes, 2041, 2048));
+}
+
+TEST(RecordLayout, APaperSourceEntryIs540BytesWithItsNameAt28)
+{
+    PaperSourceEntry entry{};
+    entry.state = 1;
+    entry.installed = 1;
+    entry.position = 3;
+    entry.constant8 = 8;
+    entry.width = -34;
+    entry.length = 254000;
+    entry.mediaTypeId = -2;
+    entry.sourceType = 2;
+    std::memcpy(entry.name, u"Roll 1", 12);
+
+    const Bytes bytes = BytesOf(entry);
+    ASSERT_EQ(bytes.size(), 540u);
+    EXPECT_EQ(bytes[0], 1);
+    EXPECT_EQ(bytes[1], 1);
+    EXPECT_TRUE(AllZero(bytes, 2, 4));
+    const std::pair<std::size_t, std::uint32_t> numbers[] = {
+        {4, 3}, {8, 8}, {12, 0xFFFFFFDE}, {16, 254000}, {20, 0xFFFFFFFE}, {24, 2},
+    };
+    for (const auto& [offset, value] : numbers) {
+        EXPECT_EQ(U32At(bytes, offset), value) << "offset " << offset;
+    }
+    EXPECT_EQ(Slice(bytes, 28, 14), Utf16Le(std::string("Roll 1") + '\0'));
+}
+
+TEST(RecordLayout, TheResultIs528BytesWithTheTextAt12AndThePercentageAt524)
+{
+    Bytes bytes(528, 0);
+    const std::uint32_t numbers[] = {420000, 594000, 17};
+    std::memcpy(bytes.data(), numbers, sizeof(numbers));
+    std::memcpy(bytes.data() + 12, "2xyz", 4);
+    bytes[524] = 80;
+
+    PrintPreviewResult result{};
+    std::memcpy(&result, bytes.data(), sizeof(result));
+    EXPECT_EQ(result.fitToPaperWidth, 420000u);
+    EXPECT_EQ(result.fitToPaperHeight, 594000u);
+    EXPECT_EQ(result.fitToPaperOption, 17u);
+    EXPECT_STREQ(result.encodedSettings, "2xyz");
+    EXPECT_EQ(result.scalingPercentage, 80u);
+}
+
+TEST(RecordLayout, TheSettingsRecordIs53FieldsAndItsNamedIndexesAreOffsetsByFour)
+{
+    EXPECT_EQ(sizeof(MorvikSettingsRecord), 212u);
+    const std::pair<std::size_t, std::size_t> offsets[] = {
+        {kMorvikFormat, 0},        {kMorvikAutorotate, 12},   {kMorvikOutputColor, 24},
+        {kMorvikFolderStyle, 48},  {kMorvikInputBin, 92},     {kMorvikMediaType, 96},
+        {kMorvikResolution, 112},  {kMorvikRotation, 116},    {kMorvikScalingMode, 124},
+        {kMorvikCopiesNotOne, 136}, {kMorvikPrivacyLevel, 160}, {kMorvikAlwaysOne, 184},
+        {kMorvikSettingsChangedInPreview, 196}, {kMorvikColorAdjustments, 204}, {kMorvikFastRenderingMode, 208},
+    };
+    for (const auto& [index, offset] : offsets) {
+        EXPECT_EQ(index * 4, offset);
+    }
+}
+
+// ---- paper source entries
+
+struct MicronRow {
+    std::int32_t printerUnits;
+    std::int32_t microns;
+};
+
+class PaperSourceWidth : public testing::TestWithParam<MicronRow> {};
+
+TEST_P(PaperSourceWidth, IsConvertedFromTheTenThousandthsOfTheInchPrinterUnit)
+{
+    BIDI_PAPERSOURCE_ITEM source;
+    source.width = GetParam().printerUnits;
+    source.length = GetParam().printerUnits;
+    const PaperSourceEntry entry = PreviewDataSet::MakePaperSourceEntry(source, 1);
+    EXPECT_EQ(entry.width, GetParam().microns);
+    EXPECT_EQ(entry.length, GetParam().microns);
+}
+
+INSTANTIATE_TEST_SUITE_P(Units, PaperSourceWidth,
+                         testing::Values(MicronRow{-1, -34}, MicronRow{7200, 254000}, MicronRow{0, 0},
+                                         MicronRow{1, 35}, MicronRow{30240, 1066800}));
+
+TEST(PaperSourceEntries, AnEmptyMediaTypeTextIsMinusTwoWithoutALogLine)
+{
+    BIDI_PAPERSOURCE_ITEM source;
+    LogTail log;
+    EXPECT_EQ(PreviewDataSet::MakePaperSourceEntry(source, 1).mediaTypeId, -2);
+    EXPECT_EQ(log.Settled().find("Media Type"), std::string::npos);
+}
+
+TEST(PaperSourceEntries, ADecimalMediaTypeTextIsItsValue)
+{
+    BIDI_PAPERSOURCE_ITEM source;
+    source.mediaType = L"12";
+    LogTail log;
+    EXPECT_EQ(PreviewDataSet::MakePaperSourceEntry(source, 1).mediaTypeId, 12);
+    EXPECT_TRUE(log.WaitFor(L"Media Type Id value = 12"));
+    EXPECT_EQ(log.Settled().find("Convert Media Type Id exception"), std::string::npos);
+}
+
+TEST(PaperSourceEntries, AMediaTypeTextThatDoesNotConvertIsZeroWithAnErrorLine)
+{
+    BIDI_PAPERSOURCE_ITEM source;
+    source.mediaType = L"abc";
+    LogTail log;
+    EXPECT_EQ(PreviewDataSet::MakePaperSourceEntry(source, 1).mediaTypeId, 0);
+    // The standard library names the failing conversion only.
+    EXPECT_TRUE(LoggedAsError(log, "Convert Media Type Id exception: stoi."));
+    EXPECT_TRUE(log.WaitFor(L"Media Type Custom Id = 0"));
+    EXPECT_EQ(log.Settled().find("Media Type Id value"), std::string::npos);
+}
+
+TEST(PaperSourceEntries, CarryFlagsPositionConstantTypeAndTheNameCutTo254Characters)
+{
+    BIDI_PAPERSOURCE_ITEM source;
+    source.stateFlag = 7;
+    source.installed = 1;
+    source.type = PaperSourceTypeRoll;
+    source.name = std::wstring(300, L'n');
+    const PaperSourceEntry entry = PreviewDataSet::MakePaperSourceEntry(source, 4);
+    EXPECT_EQ(entry.state, 1);
+    EXPECT_EQ(entry.installed, 1);
+    EXPECT_EQ(entry.padding[0] | entry.padding[1], 0);
+    EXPECT_EQ(entry.position, 4u);
+    EXPECT_EQ(entry.constant8, 8u);
+    EXPECT_EQ(entry.sourceType, 2u);
+    EXPECT_EQ(Text(entry.name), std::u16string(254, u'n'));
+
+    source.type = PaperSourceTypeNotReported;
+    source.name = L"Tray";
+    source.installed = 0;
+    const PaperSourceEntry tray = PreviewDataSet::MakePaperSourceEntry(source, 1);
+    EXPECT_EQ(tray.sourceType, 0xFFFFFFFFu);
+    EXPECT_EQ(tray.installed, 0);
+    EXPECT_EQ(Text(tray.name), u"Tray");
+}
+
+TEST(PaperSourceEntries, AreAppendedAndNumberedInTheListsOrder)
+{
+    PreviewChannelState state;
+    state.paperSources.push_back(Entry(9));
+    PreviewDataSet dataSet(state, FakeMorvikLoader());
+    BIDI_PAPERSOURCE sources;
+    sources.sources.resize(2);
+    sources.sources[0].name = L"Roll 1";
+    sources.sources[1].name = L"Tray";
+    dataSet.AppendPaperSources(sources);
+    ASSERT_EQ(state.paperSources.size(), 3u);
+    EXPECT_EQ(state.paperSources[1].position, 1u);
+    EXPECT_EQ(Text(state.paperSources[1].name), u"Roll 1");
+    EXPECT_EQ(state.paperSources[2].position, 2u);
+    EXPECT_EQ(Text(state.paperSources[2].name), u"Tray");
+}
+
+TEST_F(TicketTest, ThePrintersBidiPaperSourcesBecomeEntries)
+{
+    platform::PrinterDescription printer = Printer(RasterDriverBag());
+    platform::PaperSourceAnswer answer;
+    answer.notReadyMask = 0;
+    platform::PaperSource roll;
+    roll.type = L"continuousRoll";
+    roll.installed = L"installed";
+    roll.width = 7200;
+    roll.id = 12;
+    roll.name = L"Roll 1";
+    platform::PaperSource tray;
+    tray.type = L"sheetFeedAutoNonRemovableTray";
+    tray.installed = L"installed";
+    tray.name = L"Tray";
+    answer.sources = {roll, tray};
+    printer.paperSourceAnswers = {answer};
+    Job job({}, printer);
+
+    PreviewChannelState state;
+    PreviewDataSet(state, FakeMorvikLoader()).SetPaperSourcesData(job.Proxy(), false);
+    ASSERT_EQ(state.paperSources.size(), 2u);
+    EXPECT_EQ(state.paperSources[0].position, 1u);
+    EXPECT_EQ(state.paperSources[0].width, 254000);
+    EXPECT_EQ(state.paperSources[0].length, -34);
+    EXPECT_EQ(state.paperSources[0].mediaTypeId, 12);
+    EXPECT_EQ(state.paperSources[0].sourceType, static_cast<std::uint32_t>(PaperSourceTypeRoll));
+    EXPECT_EQ(Text(state.paperSources[0].name), u"Roll 1");
+    EXPECT_EQ(state.paperSources[1].position, 2u);
+    EXPECT_EQ(state.paperSources[1].mediaTypeId, -2);
+    EXPECT_EQ(Text(state.paperSources[1].name), u"Tray");
+}
+
+TEST_F(TicketTest, APrinterWithoutPaperSourcesAddsNoEntries)
+{
+    Job job;
+    PreviewChannelState state;
+    PreviewDataSet(state, FakeMorvikLoader()).SetPaperSourcesData(job.Proxy(), false);
+    EXPECT_TRUE(state.paperSources.empty());
+}
+
+// ---- the data block
+
+class DataBlockTest : public TicketTest {
+protected:
+    PrintPreviewData Fill(const std::wstring& ticket, const std::wstring& numberOfPages = L"12")
+    {
+        Job job;
+        job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, numberOfPages);
+        PTSettings settings = Load(ticket, job);
+        PreviewChannelState state;
+        PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+        return state.data;
+    }
+};
+
+TEST_F(DataBlockTest, IsFilledFromTheSettingsTheBagAndTheDriver)
+{
+    const PrintPreviewData data = Fill(kPosterTicket);
+    EXPECT_STREQ(data.encodedSettings, "ENCODED-SETTINGS");
+    EXPECT_EQ(fakeMorvik.encoded.fields[kMorvikFormat], 2) << "the record was filled before encoding";
+    EXPECT_EQ(data.copies, 3u);
+    EXPECT_EQ(data.pageCount, 12);
+    EXPECT_EQ(Text(data.documentName), u"poster.pdf");
+    EXPECT_EQ(Text(data.printerName), u"QX Preview Printer");
+    EXPECT_EQ(Text(data.customMediaTypeName), u"Studio gloss 190");
+    EXPECT_EQ(data.mediaWidth, 594000u);
+    EXPECT_EQ(data.mediaHeight, 841000u);
+    EXPECT_EQ(data.fitToPaperWidth, 420000u);
+    EXPECT_EQ(data.fitToPaperHeight, 594000u);
+    EXPECT_EQ(data.fitToPaperOption, static_cast<std::uint32_t>(EMediaSize::ISOA2));
+    EXPECT_EQ(data.scalingPercentage, 100u);
+    EXPECT_EQ(data.pureBlackAndWhiteSupported, 1);
+    EXPECT_EQ(data.paperSourceQuerySupported, 0);
+    EXPECT_EQ(data.platformId, 2u);
+    EXPECT_EQ(data.sizePassThrough, 1);
+    EXPECT_EQ(data.cropLinesRbaAutorotatePdf, 1);
+    // Left to the session.
+    EXPECT_EQ(data.pdlId, 0u);
+    EXPECT_EQ(data.rollWidth, 0u);
+    EXPECT_EQ(Text(data.prnFilePath), u"");
+    const Bytes bytes = BytesOf(data);
+    EXPECT_EQ(bytes[2], 0);
+    EXPECT_TRUE(AllZero(bytes, 2041, 2048));
+}
+
+TEST_F(DataBlockTest, ATicketWithoutCustomMediumOrScalingLeavesThoseFieldsAtTheirDefaults)
+{
+    const PrintPreviewData data = Fill(Ticket(L""));
+    EXPECT_EQ(Text(data.customMediaTypeName), u"");
+    EXPECT_EQ(data.fitToPaperWidth, 0u);
+    EXPECT_EQ(data.scalingPercentage, 100u);
+    EXPECT_EQ(data.sizePassThrough, 0);
+    EXPECT_EQ(data.copies, 1u);
+}
+
+struct DocumentNameRow {
+    std::size_t length;
+    std::size_t kept;
+};
+
+class DocumentName : public DataBlockTest, public testing::WithParamInterface<DocumentNameRow> {};
+
+TEST_P(DocumentName, IsCutTo127Characters)
+{
+    Job job;
+    const std::wstring name(GetParam().length, L'd');
+    platform::SimulatedMachine::AddJob({JobContext::kJobId, kPrinterName, name, L"ana", 3});
+    job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, std::wstring(L"3"));
+    PTSettings settings = Load(Ticket(L""), job);
+    PreviewChannelState state;
+    PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+    EXPECT_EQ(Text(state.data.documentName), std::u16string(GetParam().kept, u'd'));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, DocumentName,
+                         testing::Values(DocumentNameRow{200, 127}, DocumentNameRow{128, 127},
+                                         DocumentNameRow{127, 127}, DocumentNameRow{5, 5}));
+
+TEST_F(DataBlockTest, ACustomMediaTypeNameOf100CharactersIsLeftOutWithAnErrorLine)
+{
+    LogTail log;
+    const PrintPreviewData data = Fill(Ticket(Parameter(L"ns0000:PageMediaTypeInit", std::wstring(100, L'm'))));
+    EXPECT_EQ(Text(data.customMediaTypeName), u"");
+    EXPECT_TRUE(log.WaitFor(L"The custom media type name of 100 characters is longer than 99 and is left out"));
+}
+
+TEST_F(DataBlockTest, ACustomMediaTypeNameOf99CharactersArrivesWhole)
+{
+    const PrintPreviewData data = Fill(Ticket(Parameter(L"ns0000:PageMediaTypeInit", std::wstring(99, L'm'))));
+    EXPECT_EQ(Text(data.customMediaTypeName), std::u16string(99, u'm'));
+}
+
+TEST_F(DataBlockTest, AnEncodedTextWithoutRoomForItsTerminatorIsLeftOutWithAnErrorLine)
+{
+    fakeMorvik.output = std::string(512, 'e');
+    Job job;
+    job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, std::wstring(L"1"));
+    PTSettings settings = Load(Ticket(L""), job);
+    PreviewChannelState state;
+    LogTail log;
+    PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+    EXPECT_STREQ(state.data.encodedSettings, "");
+    EXPECT_TRUE(log.WaitFor(L"The encoded settings text of 512 bytes does not fit the preview data and is left out"));
+}
+
+struct PageCountRow {
+    const char* name;
+    std::wstring text;
+    bool outOfRange;
+};
+
+class PageCount : public DataBlockTest, public testing::WithParamInterface<PageCountRow> {};
+
+// The description's "invalid stoi argument" and "stoi argument out of range": this standard library
+// says "stoi" for both, and the kind of exception tells them apart.
+TEST_P(PageCount, ThatIsNoDecimalNumberLeavesTheFillWithTheConversionsException)
+{
+    Job job;
+    if (!GetParam().text.empty()) {
+        job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, GetParam().text);
+    }
+    PTSettings settings = Load(Ticket(L""), job);
+    PreviewChannelState state;
+    PreviewDataSet dataSet(state, FakeMorvikLoader());
+    try {
+        dataSet.SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+        FAIL() << "no exception";
+    } catch (const std::out_of_range& error) {
+        EXPECT_TRUE(GetParam().outOfRange);
+        EXPECT_STREQ(error.what(), "stoi");
+    } catch (const std::invalid_argument& error) {
+        EXPECT_FALSE(GetParam().outOfRange);
+        EXPECT_STREQ(error.what(), "stoi");
+    }
+    EXPECT_STREQ(state.data.encodedSettings, "ENCODED-SETTINGS") << "the encoded text comes first";
+    EXPECT_EQ(state.data.copies, 1u);
+    EXPECT_EQ(Text(state.data.printerName), u"") << "nothing after the page count";
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, PageCount,
+                         testing::Values(PageCountRow{"Absent", L"", false}, PageCountRow{"Letters", L"many", false},
+                                         PageCountRow{"TooLarge", L"4294967296", true}),
+                         [](const testing::TestParamInfo<PageCountRow>& info) { return std::string(info.param.name); });
+
+TEST_F(DataBlockTest, WithoutTheEncodingLibraryTheFillFailsWithMorvikNotLoaded)
+{
+    Job job;
+    job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, std::wstring(L"1"));
+    PTSettings settings = Load(Ticket(L""), job);
+    PreviewChannelState state;
+    PreviewDataSet dataSet(state, [] { return std::make_unique<MorvikManager>(L"C:\\Nowhere\\qxitrn.dll"); });
+    try {
+        dataSet.SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+        FAIL() << "no exception";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "Morvik not loaded");
+    }
+}
+
+TEST(PrnFilePath, Of255CharactersFitsAndOf256IsLeftOutWithAnErrorLine)
+{
+    PreviewChannelState state;
+    PreviewDataSet dataSet(state, FakeMorvikLoader());
+    dataSet.SetPrnFilePath(std::wstring(255, L'p'));
+    EXPECT_EQ(Text(state.data.prnFilePath), std::u16string(255, u'p'));
+    LogTail log;
+    dataSet.SetPrnFilePath(std::wstring(256, L'p'));
+    EXPECT_EQ(Text(state.data.prnFilePath), u"");
+    EXPECT_TRUE(
+        LoggedAsError(log, "The prn file path of 256 characters does not fit the preview data and is left out"));
+}
+
+TEST(PrnFilePath, IsWrittenAsUtf16WithSurrogatePairs)
+{
+    PreviewChannelState state;
+    PreviewDataSet(state, FakeMorvikLoader()).SetPrnFilePath(L"C:\\\U0001F5A8.prn");
+    EXPECT_EQ(Text(state.data.prnFilePath), u"C:\\\U0001F5A8.prn");
+}
+
+// ---- the settings record
+
+TEST_F(TicketTest, TheSettingsRecordCarriesEveryFieldOfALoadedTicket)
+{
+    const MorvikSettingsRecord record = Filled(kPosterTicket);
+    const std::pair<std::size_t, std::int32_t> fields[] = {
+        {kMorvikFormat, 2},
+        {kMorvikAutorotate, static_cast<std::int32_t>(EAutorotate::_24inches)},
+        {kMorvikCollate, static_cast<std::int32_t>(ECollate::Collated)},
+        {kMorvikColorManagement, static_cast<std::int32_t>(EColorManagement::Driver)},
+        {kMorvikOutputColor, static_cast<std::int32_t>(EOutputColor::Grayscale)},
+        {kMorvikCropLines, 1},
+        {kMorvikCmykColorManagement, static_cast<std::int32_t>(ECmykColorManagement::TOYO)},
+        {kMorvikRgbColorManagement, static_cast<std::int32_t>(ERgbColorManagement::AdobeRGB)},
+        {kMorvikCutter, static_cast<std::int32_t>(ECutter::AutoCutterOff)},
+        {kMorvikEconomode, 0},
+        {kMorvikFolderStyle, static_cast<std::int32_t>(EFolderStyle::Predefined3)},
+        {kMorvikHoldForAttendedMode, 1},
+        {kMorvikUserMargin, static_cast<std::int32_t>(EUserMargin::_3mm)},
+        {kMorvikMarginsLayout, static_cast<std::int32_t>(EMarginsLayout::Oversize)},
+        {kMorvikMaxDetail, 1},
+        {kMorvikMirrorImage, static_cast<std::int32_t>(EMirror::MirrorImageWidth)},
+        {kMorvikMorePasses, 1},
+        {kMorvikOrientation, static_cast<std::int32_t>(EOrientation::Landscape)},
+        {kMorvikOutputBin, static_cast<std::int32_t>(EOutputBin::Folder)},
+        {kMorvikPageOrder, static_cast<std::int32_t>(EReverse::Reverse)},
+        {kMorvikMediaSizeId, static_cast<std::int32_t>(EMediaSize::ISOA1)},
+        {kMorvikInputBin, static_cast<std::int32_t>(EInputBin::Roll2)},
+        {kMorvikMediaType, 0},
+        {kMorvikOutputQuality, static_cast<std::int32_t>(EQuality::High)},
+        {kMorvikPrinterEmulation, static_cast<std::int32_t>(EEmulatedPrinter::QXColorwave3000)},
+        {kMorvikRemoveBlankAreas, 1},
+        {kMorvikResolution, 4},
+        {kMorvikRotation, static_cast<std::int32_t>(ERotate::None)},
+        {kMorvikUnidirectional, 1},
+        {kMorvikScalingMode, static_cast<std::int32_t>(Scaling::FitToPaper)},
+        {kMorvikCustomMediaTypeEmpty, 0},
+        {kMorvikPrintQualitySettings, static_cast<std::int32_t>(EPrintQualitySettings::Custom)},
+        {kMorvikCopiesNotOne, 1},
+        {kMorvikPrivacyLevel, static_cast<std::int32_t>(EPrivacyLevel::Personal)},
+        {kMorvikAlignment, static_cast<std::int32_t>(EAlignment::KeepRight)},
+        {kMorvikPantoneEmulation, 1},
+        {kMorvikVerticalCutter, 1},
+        {kMorvikPrintPreview, 1},
+        {kMorvikGlossEnhancer, static_cast<std::int32_t>(EGlossEnhancer::FullPage)},
+        {kMorvikAlwaysOne, 1},
+        {kMorvikRenderingIntent, static_cast<std::int32_t>(ERenderingIntent::AbsoluteColorimetric)},
+        {kMorvikSettingsChangedInPreview, -1},
+        {kMorvikColorAdjustments, 1},
+        {kMorvikFastRenderingMode, 1},
+    };
+    for (const auto& [index, value] : fields) {
+        EXPECT_EQ(record.fields[index], value) << "field " << index;
+    }
+    for (const std::size_t unused : {1, 2, 35, 36, 37, 38, 39, 47, 50}) {
+        EXPECT_EQ(record.fields[unused], kMorvikUnset) << "field " << unused;
+    }
+}
+
+TEST_F(TicketTest, ATicketWithOnlyCopiesAndSizeLeavesTheFeatureFieldsUnset)
+{
+    const MorvikSettingsRecord record = Filled(Ticket(L""));
+    // The scaling reads as "no scaling" (0) without a PageScaling; the colour adjustments are read
+    // on this driver and are all zero.
+    const std::pair<std::size_t, std::int32_t> fixed[] = {
+        {kMorvikFormat, 2},       {kMorvikMediaType, -1},           {kMorvikResolution, 1},
+        {kMorvikScalingMode, 0},  {kMorvikCustomMediaTypeEmpty, 1}, {kMorvikCopiesNotOne, 0},
+        {kMorvikAlwaysOne, 1},    {kMorvikColorAdjustments, 0},     {kMorvikAutorotate, -1},
+        {kMorvikFolderStyle, -1}, {kMorvikPrivacyLevel, -1},        {kMorvikInputBin, -1},
+        {kMorvikRotation, -1},    {kMorvikOutputColor, -1},
+    };
+    for (const auto& [index, value] : fixed) {
+        EXPECT_EQ(record.fields[index], value) << "field " << index;
+    }
+}
+
+struct ConditionalRow {
+    const char* name;
+    std::wstring body;
+    std::size_t field;
+    std::int32_t value;
+};
+
+class ConditionalField : public TicketTest, public testing::WithParamInterface<ConditionalRow> {};
+
+TEST_P(ConditionalField, FollowsTheFeatureItDependsOn)
+{
+    EXPECT_EQ(Filled(Ticket(GetParam().body)).fields[GetParam().field], GetParam().value);
+}
+
+const std::wstring kAutorotate24 = Option(L"ns0000:PageAutorotate", L"_24inches");
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules, ConditionalField,
+    testing::Values(
+        ConditionalRow{"AutorotateWithRotationNone", kAutorotate24 + Option(L"ns0000:JobRotate", L"None"),
+                       kMorvikAutorotate, 4},
+        ConditionalRow{"AutorotateWithRotation90", kAutorotate24 + Option(L"ns0000:JobRotate", L"Rotate90"),
+                       kMorvikAutorotate, -1},
+        ConditionalRow{"AutorotateWithRotate0", kAutorotate24 + Option(L"ns0000:JobRotate", L"Rotate0"),
+                       kMorvikAutorotate, -1},
+        ConditionalRow{"AutorotateWithoutRotation", kAutorotate24, kMorvikAutorotate, -1},
+        ConditionalRow{"FolderStyleWithOutputBinFolder",
+                       Option(L"ns0000:JobOutputBin", L"Folder") + Option(L"ns0000:JobFolderStyle", L"NotFolded"),
+                       kMorvikFolderStyle, 5},
+        ConditionalRow{"FolderStyleWithOutputBinStacker",
+                       Option(L"ns0000:JobOutputBin", L"Stacker") + Option(L"ns0000:JobFolderStyle", L"NotFolded"),
+                       kMorvikFolderStyle, -1},
+        ConditionalRow{"FolderStyleWithoutOutputBin", Option(L"ns0000:JobFolderStyle", L"NotFolded"),
+                       kMorvikFolderStyle, -1},
+        ConditionalRow{"MediaTypeWithCustomId",
+                       Option(L"psk:PageMediaType", L"Plainpaper") + Parameter(L"ns0000:PageMediaTypeId", L"X1"),
+                       kMorvikMediaType, 0},
+        ConditionalRow{"MediaTypeWithoutCustomId", Option(L"psk:PageMediaType", L"Plainpaper"), kMorvikMediaType,
+                       static_cast<std::int32_t>(EMediaType::Plainpaper)},
+        ConditionalRow{"CustomIdPresent", Parameter(L"ns0000:PageMediaTypeId", L"X1"), kMorvikCustomMediaTypeEmpty, 0},
+        ConditionalRow{"ScalingOneHundredPercent", PageScaling(L"Custom", Scored(L"psk:Scale", L"100")),
+                       kMorvikScalingMode, 0},
+        ConditionalRow{"ScalingFiftyPercent", PageScaling(L"Custom", Scored(L"psk:Scale", L"50")), kMorvikScalingMode,
+                       1},
+        ConditionalRow{"ScalingFitToPaper", kFitToA2, kMorvikScalingMode, 2}),
+    [](const testing::TestParamInfo<ConditionalRow>& info) { return std::string(info.param.name); });
+
+struct ResolutionRow {
+    const wchar_t* pageResolution;
+    std::int32_t code;
+};
+
+class ResolutionCode : public TicketTest, public testing::WithParamInterface<ResolutionRow> {};
+
+TEST_P(ResolutionCode, IsTheApplicationsCodeForTheRenderResolution)
+{
+    const MorvikSettingsRecord record = Filled(Ticket(Option(L"psk:PageResolution", GetParam().pageResolution)));
+    EXPECT_EQ(record.fields[kMorvikResolution], GetParam().code);
+}
+
+INSTANTIATE_TEST_SUITE_P(Codes, ResolutionCode,
+                         testing::Values(ResolutionRow{L"_75dpi", 3}, ResolutionRow{L"_150dpi", 4},
+                                         ResolutionRow{L"_300dpi", 0}, ResolutionRow{L"_1200dpi", 2},
+                                         ResolutionRow{L"_600dpi", 1}));
+
+TEST_F(TicketTest, TheCopiesFieldSaysWhetherThereIsMoreThanOneCopy)
+{
+    EXPECT_EQ(Filled(Ticket(L"", 1)).fields[kMorvikCopiesNotOne], 0);
+    EXPECT_EQ(Filled(Ticket(L"", 2)).fields[kMorvikCopiesNotOne], 1);
+}
+
+TEST_F(TicketTest, TheColorAdjustmentsFieldIsUnsetWhereTheDriverReadsNone)
+{
+    const std::wstring zero = AdjustmentParameters(L"0", L"0", L"0", L"0");
+    const std::wstring blue = AdjustmentParameters(L"0", L"0", L"0", L"4");
+    EXPECT_EQ(Filled(Ticket(zero)).fields[kMorvikColorAdjustments], 0);
+    EXPECT_EQ(Filled(Ticket(blue)).fields[kMorvikColorAdjustments], 1);
+    const DriverBag postScript = With(RasterDriverBag(), L"PDL", std::wstring(L"PS3"));
+    EXPECT_EQ(Filled(Ticket(blue), postScript).fields[kMorvikColorAdjustments], kMorvikUnset);
+    const DriverBag withoutAdjustments = With(RasterDriverBag(), L"ColorAdjustment", false);
+    EXPECT_EQ(Filled(Ticket(blue), withoutAdjustments).fields[kMorvikColorAdjustments], kMorvikUnset);
+}
+
+TEST_F(TicketTest, APinJobOnAnEncryptingPrinterHasPrivacyLevelFour)
+{
+    EXPECT_EQ(Filled(Ticket(Option(L"ns0000:JobStorage", L"Pin"))).fields[kMorvikPrivacyLevel], 4);
+    EXPECT_EQ(Filled(Ticket(Option(L"ns0000:JobStorage", L"Pin")),
+                     With(RasterDriverBag(), L"EncryptedPinSupported", std::wstring(L"Off")))
+                  .fields[kMorvikPrivacyLevel],
+              3);
+}
+
+TEST_F(TicketTest, TheSettingsChangedFlagIsCarriedAsSet)
+{
+    Job job;
+    PTSettings settings = Load(Ticket(L""), job);
+    settings.SetSettingsChangedInPrintPreview(1);
+    MorvikManager morvik(FakeMorvikExports());
+    morvik.Fill(settings);
+    EXPECT_EQ(morvik.Record().fields[kMorvikSettingsChangedInPreview], 1);
+}
+
+// ---- encoding and decoding through the library
+
+TEST_F(TicketTest, EncodeHandsTheRecordToTheLibraryAndReturnsItsTextUpToTheZero)
+{
+    Job job;
+    PTSettings settings = Load(kPosterTicket, job);
+    MorvikManager morvik(FakeMorvikExports());
+    morvik.Fill(settings);
+    fakeMorvik.output = std::string("2abc\0junk", 9);
+    EXPECT_EQ(morvik.Encode(), "2abc");
+    EXPECT_EQ(std::memcmp(&fakeMorvik.encoded, &morvik.Record(), sizeof(MorvikSettingsRecord)), 0);
+}
+
+TEST_F(TicketTest, ASuccessfulDecodeWritesInputBinRotationOutputColorAndScalingMode)
+{
+    Job job;
+    PTSettings settings = Load(kPosterTicket, job);
+    std::memset(&fakeMorvik.decoded, 0xFF, sizeof(fakeMorvik.decoded));
+    fakeMorvik.decoded.fields[kMorvikInputBin] = static_cast<std::int32_t>(EInputBin::Tray);
+    fakeMorvik.decoded.fields[kMorvikRotation] = static_cast<std::int32_t>(ERotate::Rotate270);
+    fakeMorvik.decoded.fields[kMorvikOutputColor] = static_cast<std::int32_t>(EOutputColor::Monochrome);
+    fakeMorvik.decoded.fields[kMorvikScalingMode] = static_cast<std::int32_t>(Scaling::FitToRollWidth);
+    fakeMorvik.decoded.fields[kMorvikCopiesNotOne] = 0;
+
+    MorvikManager morvik(FakeMorvikExports());
+    EXPECT_TRUE(morvik.Decode(settings, "2changed"));
+    EXPECT_EQ(fakeMorvik.decodedText, "2changed");
+    EXPECT_EQ(settings.GetInputBin(), EInputBin::Tray);
+    EXPECT_EQ(settings.GetRotation(), ERotate::Rotate270);
+    EXPECT_EQ(settings.GetOutputColor(), EOutputColor::Monochrome);
+    EXPECT_EQ(settings.GetScalingMode(), static_cast<std::uint32_t>(Scaling::FitToRollWidth));
+    EXPECT_EQ(settings.GetCopies(), 3u) << "nothing else is written back";
+}
+
+TEST_F(TicketTest, AFailedDecodeLeavesTheSettingsAlone)
+{
+    Job job;
+    PTSettings settings = Load(kPosterTicket, job);
+    fakeMorvik.success = 0;
+    fakeMorvik.decoded.fields[kMorvikInputBin] = static_cast<std::int32_t>(EInputBin::Tray);
+    MorvikManager morvik(FakeMorvikExports());
+    EXPECT_FALSE(morvik.Decode(settings, ""));
+    EXPECT_EQ(settings.GetInputBin(), EInputBin::Roll2);
+}
+
+TEST_F(TicketTest, AfterUnloadNothingIsEncodedOrDecoded)
+{
+    Job job;
+    PTSettings settings = Load(kPosterTicket, job);
+    MorvikManager morvik(FakeMorvikExports());
+    morvik.Unload();
+    EXPECT_EQ(morvik.Encode(), "");
+    EXPECT_FALSE(morvik.Decode(settings, "2abc"));
+    EXPECT_EQ(fakeMorvik.decodedText, "") << "the library was not called";
+}
+
+TEST(MorvikLibrary, ThatCannotBeLoadedFailsWithMorvikNotLoaded)
+{
+    try {
+        MorvikManager morvik(L"C:\\Nowhere\\qxitrn.dll");
+        FAIL() << "loaded";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "Morvik not loaded");
+    }
+}
+
+// ---- the channel
+
+TEST(ComLibrary, ThatCannotBeLoadedFailsWithComLibraryNotLoaded)
+{
+    try {
+        ComLibManager channel("abc_IN", L"C:\\Nowhere\\qxicl.dll");
+        FAIL() << "loaded";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "ComLibrary not loaded");
+    }
+}
+
+TEST_F(ChannelTest, StartsTheIncomingPipeAndStopsItOnceWhenClosed)
+{
+    {
+        ComLibManager channel("abc_IN", FakeExports());
+        EXPECT_EQ(fakeComLib.started, std::vector<std::string>{"abc_IN"});
+        EXPECT_TRUE(fakeComLib.stopped.empty());
+        channel.Close();
+        channel.Close();
+        EXPECT_EQ(channel.SendPipeMessage("abc_OUT", PP_MSG_DATA, "", 0), ComLibManager::kSendUnavailable);
+    }
+    EXPECT_EQ(fakeComLib.stopped, std::vector<std::string>{"abc_IN"});
+}
+
+TEST_F(ChannelTest, AChannelLeftOpenIsClosedWhenDestroyed)
+{
+    { ComLibManager channel("abc_IN", FakeExports()); }
+    EXPECT_EQ(fakeComLib.stopped, std::vector<std::string>{"abc_IN"});
+}
+
+TEST_F(ChannelTest, TheHandlersAreRegisteredOnTheIncomingPipeAsDataRequestUrlRequestAndResult)
+{
+    Session session("S1");
+    session.slot.Register();
+    ASSERT_EQ(fakeComLib.registrations.size(), 3u);
+    const std::int32_t order[] = {101, 107, 106};
+    const PipeMessageHandler handlers[] = {session.slot.DataRequestHandler(), session.slot.SoftwareUrlRequestHandler(),
+                                           session.slot.PreviewResultHandler()};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(fakeComLib.registrations[i].pipe, "S1_IN");
+        EXPECT_EQ(fakeComLib.registrations[i].message, order[i]);
+        EXPECT_EQ(fakeComLib.registrations[i].handler, handlers[i]);
+    }
+}
+
+TEST_F(ChannelTest, ADataRequestSendsTheDataBlockEverySourceAndTheEndMarker)
+{
+    Session session("S1", 3);
+    session.Request(session.slot.DataRequestHandler(), {'r', 'e', 'q', 0});
+    EXPECT_EQ(SentNumbers(), (std::vector<std::int32_t>{102, 103, 103, 103, 104}));
+    for (const SentMessage& message : fakeComLib.sent) {
+        EXPECT_EQ(message.pipe, "S1_OUT");
+        EXPECT_EQ(message.payload.size(), 2048u);
+    }
+    EXPECT_EQ(fakeComLib.sent[0].payload, BytesOf(session.state.data));
+    for (std::size_t i = 0; i < 3; ++i) {
+        const Bytes& payload = fakeComLib.sent[1 + i].payload;
+        EXPECT_EQ(Slice(payload, 0, sizeof(PaperSourceEntry)), BytesOf(session.state.paperSources[i]));
+        EXPECT_TRUE(AllZero(payload, sizeof(PaperSourceEntry), 2048));
+    }
+    EXPECT_TRUE(AllZero(fakeComLib.sent[4].payload, 0, 2048));
+}
+
+TEST_F(ChannelTest, WithoutPaperSourcesTheEndMarkerFollowsTheDataBlock)
+{
+    Session session("S1");
+    session.Request(session.slot.DataRequestHandler());
+    EXPECT_EQ(SentNumbers(), (std::vector<std::int32_t>{102, 104}));
+}
+
+TEST_F(ChannelTest, AFailedLastPaperSourceSendLeavesOutTheEndMarker)
+{
+    Session session("S1", 3);
+    fakeComLib.status = [](std::int32_t, std::size_t index) { return index == 3 ? 2 : 0; };
+    LogTail log;
+    session.Request(session.slot.DataRequestHandler());
+    EXPECT_EQ(SentNumbers(), (std::vector<std::int32_t>{102, 103, 103, 103}));
+    EXPECT_TRUE(log.WaitFor(L"Preview message 103 not sent, status 2"));
+}
+
+TEST_F(ChannelTest, AnEarlierFailedPaperSourceSendStillSendsTheRestAndTheEndMarker)
+{
+    Session session("S1", 3);
+    fakeComLib.status = [](std::int32_t, std::size_t index) { return index == 1 ? 2 : 0; };
+    session.Request(session.slot.DataRequestHandler());
+    EXPECT_EQ(SentNumbers(), (std::vector<std::int32_t>{102, 103, 103, 103, 104}));
+}
+
+TEST_F(ChannelTest, AFailedDataBlockSendEndsTheAnswer)
+{
+    Session session("S1", 2);
+    fakeComLib.status = [](std::int32_t message, std::size_t) { return message == PP_MSG_DATA ? 1 : 0; };
+    session.Request(session.slot.DataRequestHandler());
+    EXPECT_EQ(SentNumbers(), (std::vector<std::int32_t>{102}));
+}
+
+struct UrlRow {
+    const char* name;
+    std::wstring url;
+    std::string utf8;  // what the payload starts with; empty when nothing is sent
+};
+
+class SoftwareUrl : public ChannelTest, public testing::WithParamInterface<UrlRow> {};
+
+TEST_P(SoftwareUrl, IsSentInUtf8FollowedByZeros)
+{
+    Session session("S1");
+    session.state.softwareUrl = GetParam().url;
+    session.Request(session.slot.SoftwareUrlRequestHandler());
+    ASSERT_EQ(SentNumbers(), (std::vector<std::int32_t>{105}));
+    const Bytes& payload = fakeComLib.sent[0].payload;
+    ASSERT_EQ(payload.size(), 2048u);
+    const std::size_t length = GetParam().utf8.size();
+    EXPECT_EQ(std::string(payload.begin(), payload.begin() + length), GetParam().utf8);
+    EXPECT_TRUE(AllZero(payload, length, 2048));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Urls, SoftwareUrl,
+    testing::Values(UrlRow{"Short", L"https://example.com/driver", "https://example.com/driver"},
+                    UrlRow{"Empty", L"", ""},
+                    UrlRow{"FillsThePayloadWithoutTerminator", std::wstring(2048, L'u'), std::string(2048, 'u')},
+                    UrlRow{"TwoByteCharactersFillingThePayload", std::wstring(1024, L'\u00E9'),
+                           [] {
+                               std::string text;
+                               for (int i = 0; i < 1024; ++i) {
+                                   text += "\xC3\xA9";
+                               }
+                               return text;
+                           }()}),
+    [](const testing::TestParamInfo<UrlRow>& info) { return std::string(info.param.name); });
+
+TEST_F(ChannelTest, AUrlLongerThanThePayloadIsSentAsZerosWithAnErrorLine)
+{
+    Session session("S1");
+    session.state.softwareUrl = std::wstring(2047, L'u') + L"\u00E9";
+    LogTail log;
+    session.Request(session.slot.SoftwareUrlRequestHandler());
+    ASSERT_EQ(SentNumbers(), (std::vector<std::int32_t>{105}));
+    EXPECT_TRUE(AllZero(fakeComLib.sent[0].payload, 0, 2048));
+    EXPECT_TRUE(LoggedAsError(log, "Software URL of 2049 bytes does not fit the message and is not sent"));
+}
+
+TEST_F(ChannelTest, AFailedUrlSendIsOnlyLogged)
+{
+    Session session("S1");
+    session.state.softwareUrl = L"https://example.com";
+    fakeComLib.status = [](std::int32_t, std::size_t) { return 1; };
+    LogTail log;
+    session.Request(session.slot.SoftwareUrlRequestHandler());
+    EXPECT_EQ(SentNumbers(), (std::vector<std::int32_t>{105}));
+    EXPECT_TRUE(log.WaitFor(L"Preview message 105 not sent, status 1"));
+}
+
+TEST_F(ChannelTest, AResultIsStoredAndMarkedReceived)
+{
+    Session session("S1");
+    EXPECT_FALSE(session.state.ResultReceived());
+    PrintPreviewResult sent{};
+    sent.fitToPaperWidth = 420000;
+    sent.fitToPaperOption = 17;
+    std::strcpy(sent.encodedSettings, "2changed");
+    sent.scalingPercentage = 80;
+    session.Request(session.slot.PreviewResultHandler(), BytesOf(sent));
+    EXPECT_TRUE(session.state.ResultReceived());
+    EXPECT_EQ(BytesOf(session.state.Result()), BytesOf(sent));
+    EXPECT_EQ(session.state.ResultEncodedSettings(), "2changed");
+    EXPECT_TRUE(fakeComLib.sent.empty());
+}
+
+TEST_F(ChannelTest, AnEncodedResultTextWithoutTerminatorIsReadToTheFieldsEnd)
+{
+    Session session("S1");
+    PrintPreviewResult sent{};
+    std::memset(sent.encodedSettings, 'x', sizeof(sent.encodedSettings));
+    sent.scalingPercentage = 0x31;
+    session.Request(session.slot.PreviewResultHandler(), BytesOf(sent));
+    EXPECT_EQ(session.state.ResultEncodedSettings(), std::string(512, 'x'));
+}
+
+TEST_F(ChannelTest, AShortResultReadsAsZerosBeyondItsEnd)
+{
+    Session session("S1");
+    session.Request(session.slot.PreviewResultHandler(), {0x10, 0, 0, 0, 0x20, 0, 0, 0});
+    EXPECT_TRUE(session.state.ResultReceived());
+    const PrintPreviewResult result = session.state.Result();
+    EXPECT_EQ(result.fitToPaperWidth, 0x10u);
+    EXPECT_EQ(result.fitToPaperHeight, 0x20u);
+    EXPECT_STREQ(result.encodedSettings, "");
+    EXPECT_EQ(result.scalingPercentage, 0u);
+}
+
+TEST_F(ChannelTest, TwoSessionsHandlersAnswerFromTheirOwnStateOnTheirOwnPipe)
+{
+    Session first("A", 1);
+    Session second("B", 2);
+    second.state.data.copies = 9;
+    second.state.softwareUrl = L"https://b.example";
+    EXPECT_NE(first.slot.Index(), second.slot.Index());
+    EXPECT_NE(first.slot.DataRequestHandler(), second.slot.DataRequestHandler());
+
+    second.Request(second.slot.DataRequestHandler());
+    first.Request(first.slot.SoftwareUrlRequestHandler());
+    ASSERT_EQ(SentNumbers(), (std::vector<std::int32_t>{102, 103, 103, 104, 105}));
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(fakeComLib.sent[i].pipe, "B_OUT");
+    }
+    EXPECT_EQ(U32At(fakeComLib.sent[0].payload, 8), 9u);
+    EXPECT_EQ(fakeComLib.sent[4].pipe, "A_OUT");
+    EXPECT_TRUE(AllZero(fakeComLib.sent[4].payload, 0, 2048)) << "A has no URL";
+
+    PrintPreviewResult result{};
+    result.scalingPercentage = 50;
+    first.Request(first.slot.PreviewResultHandler(), BytesOf(result));
+    EXPECT_TRUE(first.state.ResultReceived());
+    EXPECT_FALSE(second.state.ResultReceived());
+    EXPECT_EQ(first.state.Result().scalingPercentage, 50u);
+}
+
+TEST_F(ChannelTest, ASessionThatEndedClosesItsPipeAndIgnoresLateMessages)
+{
+    PipeMessageHandler lateHandler = nullptr;
+    {
+        Session session("S1", 1);
+        lateHandler = session.slot.DataRequestHandler();
+    }
+    EXPECT_EQ(fakeComLib.stopped, std::vector<std::string>{"S1_IN"});
+    Bytes payload(4096, 0);
+    lateHandler(payload.data());
+    EXPECT_TRUE(fakeComLib.sent.empty());
+}
+
+TEST_F(ChannelTest, ThereAreSixteenSlotsAndASeventeenthSessionFails)
+{
+    std::vector<std::unique_ptr<Session>> sessions;
+    for (std::size_t i = 0; i < PreviewHandlerSlot::kSlotCount; ++i) {
+        sessions.push_back(std::make_unique<Session>("S" + std::to_string(i)));
+    }
+    LogTail log;
+    try {
+        Session extra("X");
+        FAIL() << "a seventeenth slot";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "No free preview channel");
+    }
+    EXPECT_TRUE(LoggedAsError(log, "All 16 preview channels are in use"));
+
+    const std::size_t freed = sessions[5]->slot.Index();
+    sessions[5].reset();
+    Session next("Y");
+    EXPECT_EQ(next.slot.Index(), freed);
+    next.Request(next.slot.DataRequestHandler());
+    ASSERT_FALSE(fakeComLib.sent.empty());
+    EXPECT_EQ(fakeComLib.sent.back().pipe, "Y_OUT");
+}
+
+TEST_F(ChannelTest, WithoutTheSendExportEveryAnswerStopsAtItsFirstSend)
+{
+    ComLibManager::Exports exports = FakeExports();
+    exports.sendPipeMessage = nullptr;
+    PreviewChannelState state;
+    state.paperSources.push_back(Entry(1));
+    ComLibManager channel("S1_IN", exports);
+    PreviewHandlerSlot slot(state, channel, "S1_OUT");
+    LogTail log;
+    Bytes payload(4096, 0);
+    slot.DataRequestHandler()(payload.data());
+    EXPECT_TRUE(log.WaitFor(L"Preview message 102 not sent, status -1"));
+    EXPECT_EQ(log.Settled().find("Preview message 103"), std::string::npos);
+}
+
+// ---- over the stand-ins of the driver's libraries, loaded from beside the program
+
+#ifdef QX_HAVE_QXICL
+namespace {
+
+// The application's end of the channel, played by the test over the same library.
+struct ApplicationEnd {
+    std::mutex lock;
+    std::condition_variable arrived;
+    std::vector<SentMessage> received;
+};
+
+ApplicationEnd applicationEnd;
+
+template <std::int32_t message>
+void Receive(void* payload)
+{
+    const auto* bytes = static_cast<const std::uint8_t*>(payload);
+    const std::lock_guard<std::mutex> hold(applicationEnd.lock);
+    applicationEnd.received.push_back({"", message, Bytes(bytes, bytes + kPreviewMessageSize)});
+    applicationEnd.arrived.notify_all();
+}
+
+bool WaitForMessage(std::int32_t message)
+{
+    std::unique_lock<std::mutex> hold(applicationEnd.lock);
+    return applicationEnd.arrived.wait_for(hold, std::chrono::seconds(10), [&] {
+        return std::any_of(applicationEnd.received.begin(), applicationEnd.received.end(),
+                           [&](const SentMessage& sent) { return sent.message == message; });
+    });
+}
+
+bool WaitForResult(const PreviewChannelState& state)
+{
+    for (int attempt = 0; attempt < 1000 && !state.ResultReceived(); ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return state.ResultReceived();
+}
+
+std::string UniquePipeStem()
+{
+    return "h7test" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+}
+
+}  // namespace
+
+TEST(CommunicationLibrary, ASessionAnswersTheApplicationOverTheRealPipes)
+{
+    const std::string stem = UniquePipeStem();
+    const std::string incoming = stem + "_IN";
+    const std::string outgoing = stem + "_OUT";
+    const std::wstring library = DriverLibraryPath(L"qxicl.dll");
+
+    PreviewChannelState state;
+    state.data.copies = 4;
+    state.paperSources = {Entry(1), Entry(2)};
+    state.softwareUrl = L"https://example.com/qx";
+    ComLibManager channel(incoming, library);
+    auto slot = std::make_unique<PreviewHandlerSlot>(state, channel, outgoing);
+    slot->Register();
+
+    ComLibManager application(outgoing, library);
+    application.RegisterForMessage(PP_MSG_DATA, &Receive<PP_MSG_DATA>);
+    application.RegisterForMessage(PP_MSG_PAPER_SOURCE, &Receive<PP_MSG_PAPER_SOURCE>);
+    application.RegisterForMessage(PP_MSG_PAPER_SOURCE_END, &Receive<PP_MSG_PAPER_SOURCE_END>);
+    application.RegisterForMessage(PP_MSG_SOFTWARE_URL, &Receive<PP_MSG_SOFTWARE_URL>);
+
+    ASSERT_EQ(application.SendPipeMessage(incoming, PP_MSG_DATA_REQUEST, "request", 8), 0);
+    ASSERT_TRUE(WaitForMessage(PP_MSG_PAPER_SOURCE_END));
+    ASSERT_EQ(application.SendPipeMessage(incoming, PP_MSG_SOFTWARE_URL_REQUEST, "", 0), 0);
+    ASSERT_TRUE(WaitForMessage(PP_MSG_SOFTWARE_URL));
+    {
+        const std::lock_guard<std::mutex> hold(applicationEnd.lock);
+        const std::vector<SentMessage>& received = applicationEnd.received;
+        ASSERT_EQ(received.size(), 5u);
+        const std::int32_t order[] = {102, 103, 103, 104, 105};
+        for (std::size_t i = 0; i < received.size(); ++i) {
+            EXPECT_EQ(received[i].message, order[i]);
+        }
+        EXPECT_EQ(received[0].payload, BytesOf(state.data));
+        EXPECT_EQ(Slice(received[2].payload, 0, sizeof(PaperSourceEntry)), BytesOf(state.paperSources[1]));
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(received[4].payload.data())), "https://example.com/qx");
+    }
+
+    PrintPreviewResult result{};
+    std::strcpy(result.encodedSettings, "2changed");
+    result.scalingPercentage = 60;
+    ASSERT_EQ(application.SendPipeMessage(incoming, PP_MSG_RESULT, &result, sizeof(result)), 0);
+    ASSERT_TRUE(WaitForResult(state));
+    EXPECT_EQ(BytesOf(state.Result()), BytesOf(result));
+
+    slot.reset();
+    EXPECT_NE(application.SendPipeMessage(incoming, PP_MSG_DATA_REQUEST, "", 0), 0) << "the session's pipe is gone";
+    application.Close();
+}
+#endif
+
+#ifdef QX_HAVE_QXITRN
+TEST_F(TicketTest, TheEncodingLibraryGivesBackTheFourSettingsTheApplicationMayChange)
+{
+    Job job;
+    PTSettings poster = Load(kPosterTicket, job);
+    MorvikManager morvik(DriverLibraryPath(L"qxitrn.dll"));
+    morvik.Fill(poster);
+    const std::string text = morvik.Encode();
+    ASSERT_FALSE(text.empty());
+    EXPECT_LT(text.size(), 512u);
+
+    PTSettings plain = Load(Ticket(L""), job);
+    EXPECT_TRUE(morvik.Decode(plain, text));
+    EXPECT_EQ(plain.GetInputBin(), EInputBin::Roll2);
+    EXPECT_EQ(plain.GetRotation(), ERotate::None);
+    EXPECT_EQ(plain.GetOutputColor(), EOutputColor::Grayscale);
+    EXPECT_EQ(plain.GetScalingMode(), static_cast<std::uint32_t>(Scaling::FitToPaper));
+
+    PTSettings untouched = Load(Ticket(L""), job);
+    EXPECT_FALSE(morvik.Decode(untouched, "not an encoded text"));
+    EXPECT_EQ(untouched.GetInputBin(), EInputBin::NotSpecified);
+    morvik.Unload();
+}
+
+TEST_F(DataBlockTest, TheEncodingLibraryBesideTheModuleWritesTheEncodedText)
+{
+    Job job;
+    job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, std::wstring(L"2"));
+    PTSettings settings = Load(kPosterTicket, job);
+    PreviewChannelState state;
+    PreviewDataSet(state).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+    const std::string text = state.data.encodedSettings;
+    ASSERT_FALSE(text.empty());
+    MorvikManager morvik(DriverLibraryPath(L"qxitrn.dll"));
+    morvik.Fill(settings);
+    EXPECT_EQ(morvik.Encode(), text);
+}
+#endif

@@ -1,0 +1,768 @@
+// The registry of the simulated machine: each call's Win32 error codes, HKEY_CURRENT_USER per user
+// and per impersonating thread, registry sections of machine descriptions, and doubles in place of
+// single calls.
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <platform/machinedescription.h>
+#include <platform/simulatedmachine.h>
+#include <platform/systemapi.h>
+#include <platform/text.h>
+#include <windows.h>
+
+#include "testmachine.h"
+
+namespace {
+
+using platform::RegistryData;
+using platform::RegistryHive;
+using platform::SimulatedMachine;
+
+constexpr wchar_t kPreview[] = L"SOFTWARE\\QX\\QX Print Preview2";
+constexpr wchar_t kConnections[] = L"Printers\\Connections";
+
+// An open key, closed at the end of its scope.
+class Key {
+public:
+    Key() = default;
+    ~Key() { Close(); }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+
+    PHKEY Out()
+    {
+        Close();
+        return &key_;
+    }
+    HKEY Get() const { return key_; }
+
+private:
+    void Close()
+    {
+        if (key_ != nullptr) {
+            RegCloseKey(key_);
+            key_ = nullptr;
+        }
+    }
+    HKEY key_ = nullptr;
+};
+
+std::wstring TextOf(const BYTE* bytes, DWORD size)
+{
+    std::wstring text(size / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), bytes, text.size() * sizeof(wchar_t));
+    while (!text.empty() && text.back() == L'\0') {
+        text.pop_back();
+    }
+    return text;
+}
+
+DWORD BytesOf(const std::wstring& text) { return static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)); }
+
+class Registry : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        testsupport::TestMachine::Get();
+        platform::MachineContents contents;
+        contents.users = {{L"ana"}, {L"ben"}};
+        const auto machine = RegistryHive::LocalMachine();
+        contents.registry = {
+            {machine, kPreview, L"PPExecPath", RegistryData::String(L"C:\\Program Files\\QX\\Preview\\")},
+            {machine, kPreview, L"PPExecFile", RegistryData::String(L"QXPreview.exe")},
+            {machine, kPreview, L"", RegistryData::String(L"default")},
+            {machine, L"SOFTWARE\\QX\\Values", L"Count", RegistryData::Dword(0x12345678)},
+            {machine, L"SOFTWARE\\QX\\Values", L"Word", RegistryData::Binary({0x78, 0x56, 0x34, 0x12})},
+            {machine, L"SOFTWARE\\QX\\Values", L"Quad", RegistryData::Binary({1, 2, 3, 4, 5, 6, 7, 8})},
+            {machine, L"SOFTWARE\\QX\\Values", L"Folder", RegistryData::ExpandString(L"%USERPROFILE%\\Plots")},
+            {machine, L"SOFTWARE\\QX\\Values", L"Odd", RegistryData::ExpandString(L"%NOSUCH%\\%SystemRoot%")},
+            {machine, L"SOFTWARE\\QX\\Values", L"Names", RegistryData::MultiString({L"Roll", L"Tray"})},
+            {machine, L"SOFTWARE\\QX\\Values", L"Raw", RegistryData{REG_SZ, {'a', 0, 0, 0}}},
+            {machine, L"SOFTWARE\\QX\\Empty", L"", std::nullopt},
+        };
+        for (const wchar_t* name : {L"zeta", L",,srv,plotter", L"Alpha", L"beta"}) {
+            contents.registry.push_back({RegistryHive::UserOf(L"ana"), std::wstring(kConnections) + L"\\" + name,
+                                         L"GuidPrinter", RegistryData::String(std::wstring(L"{") + name + L"}")});
+        }
+        contents.registry.push_back({RegistryHive::UserOf(L"ben"), kConnections, L"", std::nullopt});
+        SimulatedMachine::Replace(contents);
+    }
+    void TearDown() override { SetThreadToken(nullptr, nullptr); }
+
+    static LSTATUS Open(HKEY root, const wchar_t* path, Key& key, REGSAM access = KEY_READ)
+    {
+        return RegOpenKeyExW(root, path, 0, access, key.Out());
+    }
+
+    // The names RegEnumKeyExW gives, in order, with buffers of the size RegQueryInfoKeyW advises.
+    static std::vector<std::wstring> Subkeys(HKEY key)
+    {
+        DWORD count = 0;
+        DWORD longest = 0;
+        EXPECT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr,
+                                   nullptr, nullptr, nullptr),
+                  ERROR_SUCCESS);
+        std::vector<std::wstring> names;
+        for (DWORD index = 0;; ++index) {
+            std::wstring name(longest + 1, L'\0');
+            DWORD chars = longest + 1;
+            const LSTATUS status = RegEnumKeyExW(key, index, name.data(), &chars, nullptr, nullptr, nullptr, nullptr);
+            if (status != ERROR_SUCCESS) {
+                EXPECT_EQ(status, ERROR_NO_MORE_ITEMS);
+                EXPECT_EQ(index, count);
+                return names;
+            }
+            names.push_back(name.substr(0, chars));
+        }
+    }
+
+    // GuidPrinter of every connection of the user whose hive RegOpenCurrentUser opens.
+    static std::vector<std::wstring> ConnectionsOfCurrentUser()
+    {
+        Key user;
+        Key connections;
+        if (RegOpenCurrentUser(KEY_READ, user.Out()) != ERROR_SUCCESS ||
+            Open(user.Get(), kConnections, connections) != ERROR_SUCCESS) {
+            return {L"<none>"};
+        }
+        return Subkeys(connections.Get());
+    }
+};
+
+// ---- opening and closing
+
+TEST_F(Registry, OpeningAKeyAnswersLikeWindows)
+{
+    Key parent;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX", parent), ERROR_SUCCESS);
+    const struct {
+        HKEY root;
+        const wchar_t* path;
+        LSTATUS status;
+        const char* why;
+    } cases[] = {
+        {HKEY_LOCAL_MACHINE, kPreview, ERROR_SUCCESS, "an existing key"},
+        {HKEY_LOCAL_MACHINE, L"software\\qx\\QX PRINT PREVIEW2", ERROR_SUCCESS, "names compare without case"},
+        {HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\\\QX Print Preview2\\\\", ERROR_SUCCESS, "repeated separators"},
+        {parent.Get(), L"QX Print Preview2", ERROR_SUCCESS, "below an open key"},
+        {parent.Get(), L"Empty", ERROR_SUCCESS, "a key without values"},
+        {HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Missing", ERROR_FILE_NOT_FOUND, "a missing key"},
+        {HKEY_LOCAL_MACHINE, L"\\SOFTWARE\\QX", ERROR_BAD_PATHNAME, "a leading backslash"},
+        {HKEY_LOCAL_MACHINE, L"Printers\\Connections", ERROR_FILE_NOT_FOUND, "a user's key is not the machine's"},
+        {nullptr, kPreview, ERROR_INVALID_HANDLE, "no key"},
+        {reinterpret_cast<HKEY>(0x1234), kPreview, ERROR_INVALID_HANDLE, "a forged key"},
+    };
+    for (const auto& c : cases) {
+        HKEY opened = reinterpret_cast<HKEY>(0x99);
+        EXPECT_EQ(RegOpenKeyExW(c.root, c.path, 0, KEY_READ, &opened), c.status) << c.why;
+        EXPECT_EQ(opened == nullptr, c.status != ERROR_SUCCESS) << c.why << ": failures give no key";
+        if (c.status == ERROR_SUCCESS) {
+            EXPECT_EQ(RegCloseKey(opened), ERROR_SUCCESS) << c.why;
+        }
+    }
+    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPreview, 0, KEY_READ, nullptr), ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(Registry, AnEmptySubkeyOfAPredefinedKeyIsThatKeyAndOfAnOpenKeyANewHandle)
+{
+    HKEY opened = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_READ, &opened), ERROR_SUCCESS);
+    EXPECT_EQ(opened, HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"", 0, KEY_READ, &opened), ERROR_SUCCESS);
+    EXPECT_EQ(opened, HKEY_CURRENT_USER);
+
+    Key preview;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, preview), ERROR_SUCCESS);
+    Key again;
+    ASSERT_EQ(Open(preview.Get(), L"", again), ERROR_SUCCESS);
+    EXPECT_NE(again.Get(), preview.Get());
+    DWORD bytes = 0;
+    EXPECT_EQ(RegQueryValueExW(again.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes), ERROR_SUCCESS);
+    EXPECT_EQ(bytes, BytesOf(L"QXPreview.exe"));
+}
+
+TEST_F(Registry, AKeyClosesOnceAndPredefinedKeysAlways)
+{
+    HKEY opened = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPreview, 0, KEY_READ, &opened), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(opened), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(opened), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegQueryValueExW(opened, L"PPExecFile", nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegCloseKey(nullptr), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegCloseKey(HKEY_LOCAL_MACHINE), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(HKEY_CURRENT_USER), ERROR_SUCCESS);
+
+    // Another kind of handle is no key, and a key is no handle for CloseHandle's table of tokens.
+    HANDLE token = SimulatedMachine::TokenFor(L"ana");
+    EXPECT_EQ(RegCloseKey(static_cast<HKEY>(token)), ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(CloseHandle(token));
+}
+
+TEST_F(Registry, AHandleAllowsWhatItWasOpenedFor)
+{
+    Key valuesOnly;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX", valuesOnly, KEY_QUERY_VALUE), ERROR_SUCCESS);
+    wchar_t name[64];
+    DWORD chars = 64;
+    EXPECT_EQ(RegEnumKeyExW(valuesOnly.Get(), 0, name, &chars, nullptr, nullptr, nullptr, nullptr),
+              ERROR_ACCESS_DENIED);
+
+    Key subkeysOnly;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, subkeysOnly, KEY_ENUMERATE_SUB_KEYS), ERROR_SUCCESS);
+    DWORD bytes = 0;
+    EXPECT_EQ(RegQueryValueExW(subkeysOnly.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes),
+              ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegQueryInfoKeyW(subkeysOnly.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr, nullptr),
+              ERROR_ACCESS_DENIED);
+    // RegGetValueW opens a named subkey afresh for reading, whatever the handle allows.
+    EXPECT_EQ(RegGetValueW(subkeysOnly.Get(), nullptr, L"PPExecFile", RRF_RT_REG_SZ, nullptr, nullptr, &bytes),
+              ERROR_ACCESS_DENIED);
+    Key qx;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX", qx, KEY_ENUMERATE_SUB_KEYS), ERROR_SUCCESS);
+    EXPECT_EQ(RegGetValueW(qx.Get(), L"QX Print Preview2", L"PPExecFile", RRF_RT_REG_SZ, nullptr, nullptr, &bytes),
+              ERROR_SUCCESS);
+
+    // Generic rights stand for the key rights.
+    Key generic;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, generic, GENERIC_READ), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExW(generic.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes), ERROR_SUCCESS);
+}
+
+TEST_F(Registry, AKeyDeletedWhileOpenAnswersKeyDeleted)
+{
+    Key preview;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, preview), ERROR_SUCCESS);
+    Key qx;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX", qx), ERROR_SUCCESS);
+    SimulatedMachine::DeleteRegistryKey(RegistryHive::LocalMachine(), L"software\\qx\\qx print preview2");
+
+    DWORD bytes = 0;
+    EXPECT_EQ(RegQueryValueExW(preview.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes), ERROR_KEY_DELETED);
+    Key below;
+    EXPECT_EQ(Open(preview.Get(), L"", below), ERROR_KEY_DELETED);
+    EXPECT_EQ(Open(qx.Get(), L"QX Print Preview2", below), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Subkeys(qx.Get()), (std::vector<std::wstring>{L"Empty", L"Values"}));
+
+    // A key made again has the same name but is another key: the old handle stays dead.
+    SimulatedMachine::SetRegistryValue(RegistryHive::LocalMachine(), kPreview, L"PPExecFile",
+                                       RegistryData::String(L"x.exe"));
+    EXPECT_EQ(RegQueryValueExW(preview.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes), ERROR_KEY_DELETED);
+    ASSERT_EQ(Open(qx.Get(), L"QX Print Preview2", below), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExW(below.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes), ERROR_SUCCESS);
+    EXPECT_EQ(bytes, BytesOf(L"x.exe"));
+}
+
+// ---- enumerating
+
+TEST_F(Registry, SubkeysEnumerateInNameOrderWithoutCase)
+{
+    Key user;
+    ASSERT_EQ(Open(HKEY_CURRENT_USER, kConnections, user), ERROR_SUCCESS);
+    EXPECT_EQ(Subkeys(user.Get()), (std::vector<std::wstring>{L",,srv,plotter", L"Alpha", L"beta", L"zeta"}));
+
+    DWORD subkeys = 0, longest = 0, classChars = 5, longestClass = 9, values = 9, longestValueName = 9,
+          largestValue = 9, security = 9;
+    wchar_t className[5] = L"xxxx";
+    FILETIME written{1, 1};
+    ASSERT_EQ(RegQueryInfoKeyW(user.Get(), className, &classChars, nullptr, &subkeys, &longest, &longestClass, &values,
+                               &longestValueName, &largestValue, &security, &written),
+              ERROR_SUCCESS);
+    EXPECT_EQ(subkeys, 4u);
+    EXPECT_EQ(longest, 13u) << ",,srv,plotter";
+    EXPECT_EQ(values, 0u);
+    EXPECT_EQ(std::wstring(className), L"");
+    EXPECT_EQ(classChars, 0u);
+    EXPECT_EQ(longestClass, 0u);
+    EXPECT_EQ(written.dwLowDateTime, 0u);
+
+    Key values2;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Values", values2), ERROR_SUCCESS);
+    ASSERT_EQ(RegQueryInfoKeyW(values2.Get(), nullptr, nullptr, nullptr, &subkeys, &longest, nullptr, &values,
+                               &longestValueName, &largestValue, nullptr, nullptr),
+              ERROR_SUCCESS);
+    EXPECT_EQ(subkeys, 0u);
+    EXPECT_EQ(longest, 0u);
+    EXPECT_EQ(values, 7u);
+    EXPECT_EQ(longestValueName, 6u) << "Folder";
+    EXPECT_EQ(largestValue, BytesOf(L"%NOSUCH%\\%SystemRoot%"));
+
+    EXPECT_EQ(RegQueryInfoKeyW(user.Get(), nullptr, nullptr, &values, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegQueryInfoKeyW(user.Get(), className, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr),
+              ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(Registry, EnumeratingNeedsRoomForTheNameAndItsZero)
+{
+    Key connections;
+    ASSERT_EQ(Open(HKEY_CURRENT_USER, kConnections, connections), ERROR_SUCCESS);
+    wchar_t name[32] = L"unchanged";
+    const struct {
+        DWORD index;
+        DWORD chars;
+        LSTATUS status;
+        DWORD charsAfter;
+        const wchar_t* name;
+    } cases[] = {
+        {0, 13, ERROR_MORE_DATA, 13, L"unchanged"},  // ",,srv,plotter" has 13 characters
+        {0, 14, ERROR_SUCCESS, 13, L",,srv,plotter"},
+        {1, 5, ERROR_MORE_DATA, 5, L"unchanged"},
+        {1, 6, ERROR_SUCCESS, 5, L"Alpha"},
+        {4, 32, ERROR_NO_MORE_ITEMS, 32, L"unchanged"},
+        {1000, 32, ERROR_NO_MORE_ITEMS, 32, L"unchanged"},
+    };
+    for (const auto& c : cases) {
+        std::wcscpy(name, L"unchanged");
+        DWORD chars = c.chars;
+        EXPECT_EQ(RegEnumKeyExW(connections.Get(), c.index, name, &chars, nullptr, nullptr, nullptr, nullptr),
+                  c.status)
+            << c.index << " in " << c.chars;
+        EXPECT_EQ(chars, c.charsAfter) << c.index << " in " << c.chars;
+        EXPECT_EQ(std::wstring(name), c.name) << c.index << " in " << c.chars;
+    }
+    DWORD chars = 32;
+    DWORD reserved = 0;
+    EXPECT_EQ(RegEnumKeyExW(connections.Get(), 0, nullptr, &chars, nullptr, nullptr, nullptr, nullptr),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegEnumKeyExW(connections.Get(), 0, name, nullptr, nullptr, nullptr, nullptr, nullptr),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegEnumKeyExW(connections.Get(), 0, name, &chars, &reserved, nullptr, nullptr, nullptr),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegEnumKeyExW(reinterpret_cast<HKEY>(0x1234), 0, name, &chars, nullptr, nullptr, nullptr, nullptr),
+              ERROR_INVALID_HANDLE);
+}
+
+// ---- reading values
+
+TEST_F(Registry, QueryingAValueGivesItsTypeSizeAndBytes)
+{
+    Key preview;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, preview), ERROR_SUCCESS);
+    const std::wstring path = L"C:\\Program Files\\QX\\Preview\\";
+
+    // The installation test's pattern: the size first, with neither type nor data.
+    DWORD bytes = 0;
+    ASSERT_EQ(RegQueryValueExW(preview.Get(), L"ppexecpath", nullptr, nullptr, nullptr, &bytes), ERROR_SUCCESS);
+    EXPECT_EQ(bytes, BytesOf(path));
+
+    std::vector<BYTE> buffer(bytes * 2, 0xbd);
+    DWORD type = 0;
+    DWORD room = static_cast<DWORD>(buffer.size());
+    ASSERT_EQ(RegQueryValueExW(preview.Get(), L"PPExecPath", nullptr, &type, buffer.data(), &room), ERROR_SUCCESS);
+    EXPECT_EQ(type, REG_SZ);
+    EXPECT_EQ(room, bytes);
+    EXPECT_EQ(TextOf(buffer.data(), room), path);
+    EXPECT_EQ(buffer[bytes], 0xbd) << "nothing is written past the value";
+
+    room = bytes - 1;
+    std::fill(buffer.begin(), buffer.end(), 0xbd);
+    EXPECT_EQ(RegQueryValueExW(preview.Get(), L"PPExecPath", nullptr, &type, buffer.data(), &room), ERROR_MORE_DATA);
+    EXPECT_EQ(room, bytes);
+    EXPECT_EQ(type, REG_SZ);
+
+    room = static_cast<DWORD>(buffer.size());
+    ASSERT_EQ(RegQueryValueExW(preview.Get(), nullptr, nullptr, &type, buffer.data(), &room), ERROR_SUCCESS);
+    EXPECT_EQ(TextOf(buffer.data(), room), L"default") << "no name is the key's default value";
+
+    EXPECT_EQ(RegQueryValueExW(preview.Get(), L"Missing", nullptr, &type, nullptr, &room), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegQueryValueExW(preview.Get(), L"PPExecPath", nullptr, &type, buffer.data(), nullptr),
+              ERROR_INVALID_PARAMETER);
+    DWORD reserved = 0;
+    EXPECT_EQ(RegQueryValueExW(preview.Get(), L"PPExecPath", &reserved, &type, nullptr, &room),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegQueryValueExW(reinterpret_cast<HKEY>(0x1234), L"PPExecPath", nullptr, &type, nullptr, &room),
+              ERROR_INVALID_HANDLE);
+}
+
+TEST_F(Registry, TextStoredWithoutItsZeroGetsOneWhenThereIsRoom)
+{
+    Key values;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Values", values), ERROR_SUCCESS);
+    wchar_t text[4] = {L'x', L'x', L'x', L'x'};
+    DWORD room = sizeof text;
+    ASSERT_EQ(RegQueryValueExW(values.Get(), L"Raw", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &room),
+              ERROR_SUCCESS);
+    EXPECT_EQ(room, 4u) << "the stored count";
+    EXPECT_EQ(text[0], L'a');
+    EXPECT_EQ(text[1], L'\0');
+
+    DWORD type = 0;
+    room = sizeof text;
+    ASSERT_EQ(RegGetValueW(values.Get(), nullptr, L"Raw", RRF_RT_REG_SZ, &type, text, &room), ERROR_SUCCESS);
+    EXPECT_EQ(room, 8u) << "RegGetValueW counts the zero it adds";
+}
+
+struct GetCase {
+    const char* why;
+    const wchar_t* value;
+    DWORD flags;
+    LSTATUS status;
+    DWORD type;
+    DWORD bytes;
+};
+
+TEST_F(Registry, RegGetValueFiltersTypesExpandsAndReportsSizes)
+{
+    const DWORD word = sizeof(DWORD);
+    const GetCase cases[] = {
+        {"text as text", L"PPExecFile", RRF_RT_REG_SZ, ERROR_SUCCESS, REG_SZ, BytesOf(L"QXPreview.exe")},
+        {"text through any", L"PPExecFile", RRF_RT_ANY, ERROR_SUCCESS, REG_SZ, BytesOf(L"QXPreview.exe")},
+        {"text refused as a number", L"PPExecFile", RRF_RT_REG_DWORD, ERROR_UNSUPPORTED_TYPE, REG_SZ,
+         BytesOf(L"QXPreview.exe")},
+        {"a number as a number", L"Count", RRF_RT_REG_DWORD, ERROR_SUCCESS, REG_DWORD, word},
+        {"a number refused as text", L"Count", RRF_RT_REG_SZ, ERROR_UNSUPPORTED_TYPE, REG_DWORD, word},
+        {"four bytes as a DWORD", L"Word", RRF_RT_DWORD, ERROR_SUCCESS, REG_BINARY, word},
+        {"eight bytes are no DWORD", L"Quad", RRF_RT_DWORD, ERROR_DATATYPE_MISMATCH, REG_BINARY, 8},
+        {"eight bytes as a QWORD", L"Quad", RRF_RT_QWORD, ERROR_SUCCESS, REG_BINARY, 8},
+        {"a list", L"Names", RRF_RT_REG_MULTI_SZ, ERROR_SUCCESS, REG_MULTI_SZ,
+         static_cast<DWORD>(11 * sizeof(wchar_t))},
+        {"expanded for text", L"Folder", RRF_RT_REG_SZ, ERROR_SUCCESS, REG_SZ, BytesOf(L"C:\\Users\\ana\\Plots")},
+        {"not expanded when asked", L"Folder", RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND, ERROR_SUCCESS, REG_EXPAND_SZ,
+         BytesOf(L"%USERPROFILE%\\Plots")},
+        {"unexpanded is no plain text", L"Folder", RRF_RT_REG_SZ | RRF_NOEXPAND, ERROR_UNSUPPORTED_TYPE, REG_EXPAND_SZ,
+         BytesOf(L"%USERPROFILE%\\Plots")},
+        {"unknown names stay", L"Odd", RRF_RT_ANY, ERROR_SUCCESS, REG_SZ, BytesOf(L"%NOSUCH%\\C:\\Windows")},
+    };
+    Key values;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX", values), ERROR_SUCCESS);
+    for (const GetCase& c : cases) {
+        const wchar_t* subkey = std::wstring(c.value).rfind(L"PP", 0) == 0 ? L"QX Print Preview2" : L"Values";
+        DWORD type = 0xdeadbeef;
+        DWORD bytes = 0xdeadbeef;
+        EXPECT_EQ(RegGetValueW(values.Get(), subkey, c.value, c.flags, &type, nullptr, &bytes), c.status) << c.why;
+        EXPECT_EQ(type, c.type) << c.why;
+        EXPECT_EQ(bytes, c.bytes) << c.why;
+
+        std::vector<BYTE> buffer(c.bytes + 16, 0xbd);
+        DWORD room = static_cast<DWORD>(buffer.size());
+        EXPECT_EQ(RegGetValueW(values.Get(), subkey, c.value, c.flags, &type, buffer.data(), &room), c.status)
+            << c.why << " into a buffer";
+        EXPECT_EQ(room, c.bytes) << c.why << " into a buffer";
+    }
+}
+
+TEST_F(Registry, RegGetValueGivesTheExpandedTextAndItsFailures)
+{
+    wchar_t text[64];
+    DWORD bytes = sizeof text;
+    ASSERT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Values", L"Folder", RRF_RT_REG_SZ, nullptr, text, &bytes),
+              ERROR_SUCCESS);
+    EXPECT_EQ(std::wstring(text), L"C:\\Users\\ana\\Plots") << "the process's user is the machine's first";
+
+    DWORD number = 0;
+    bytes = sizeof number;
+    ASSERT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Values", L"Word", RRF_RT_DWORD, nullptr, &number, &bytes),
+              ERROR_SUCCESS);
+    EXPECT_EQ(number, 0x12345678u);
+
+    // Too small: the size needed, the buffer untouched unless zeroing on failure is asked for.
+    std::wcscpy(text, L"kept");
+    bytes = 4 * sizeof(wchar_t);
+    EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, kPreview, L"PPExecFile", RRF_RT_REG_SZ, nullptr, text, &bytes),
+              ERROR_MORE_DATA);
+    EXPECT_EQ(bytes, BytesOf(L"QXPreview.exe"));
+    EXPECT_EQ(std::wstring(text), L"kept");
+    bytes = 4 * sizeof(wchar_t);
+    EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, kPreview, L"PPExecFile", RRF_RT_REG_SZ | RRF_ZEROONFAILURE, nullptr,
+                           text, &bytes),
+              ERROR_MORE_DATA);
+    EXPECT_EQ(text[0], L'\0');
+    EXPECT_EQ(text[3], L'\0');
+
+    // A value of a type the filter excludes is copied all the same, unless zeroing is asked for.
+    number = 7;
+    bytes = sizeof number;
+    EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Values", L"Count", RRF_RT_REG_SZ, nullptr, &number,
+                           &bytes),
+              ERROR_UNSUPPORTED_TYPE);
+    EXPECT_EQ(number, 0x12345678u);
+    EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QX\\Values", L"Count", RRF_RT_REG_SZ | RRF_ZEROONFAILURE,
+                           nullptr, &number, &bytes),
+              ERROR_UNSUPPORTED_TYPE);
+    EXPECT_EQ(number, 0u);
+
+    const struct {
+        const wchar_t* subkey;
+        const wchar_t* value;
+        DWORD flags;
+        LSTATUS status;
+        const char* why;
+    } failures[] = {
+        {kPreview, L"Missing", RRF_RT_ANY, ERROR_FILE_NOT_FOUND, "a missing value"},
+        {L"SOFTWARE\\QX\\Missing", L"PPExecFile", RRF_RT_ANY, ERROR_FILE_NOT_FOUND, "a missing key"},
+        {L"\\SOFTWARE\\QX", L"PPExecFile", RRF_RT_ANY, ERROR_BAD_PATHNAME, "a leading backslash"},
+        {L"SOFTWARE\\QX\\Values", L"Folder", RRF_RT_REG_EXPAND_SZ, ERROR_INVALID_PARAMETER,
+         "expandable text without RRF_NOEXPAND"},
+    };
+    for (const auto& f : failures) {
+        bytes = 0;
+        EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, f.subkey, f.value, f.flags, nullptr, nullptr, &bytes), f.status)
+            << f.why;
+    }
+    EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, kPreview, L"PPExecFile", RRF_RT_ANY, nullptr, text, nullptr),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegGetValueW(reinterpret_cast<HKEY>(0x1234), nullptr, L"PPExecFile", RRF_RT_ANY, nullptr, nullptr,
+                           &bytes),
+              ERROR_INVALID_HANDLE);
+}
+
+// ---- the current user
+
+TEST_F(Registry, TheCurrentUserIsTheImpersonatedOneElseTheFirstUser)
+{
+    EXPECT_EQ(SimulatedMachine::ProcessUser(), L"ana");
+    EXPECT_EQ(SimulatedMachine::CurrentUser(), L"ana");
+    EXPECT_EQ(ConnectionsOfCurrentUser(), (std::vector<std::wstring>{L",,srv,plotter", L"Alpha", L"beta", L"zeta"}));
+
+    HANDLE ben = SimulatedMachine::TokenFor(L"BEN");
+    ASSERT_NE(ben, nullptr);
+    ASSERT_TRUE(SetThreadToken(nullptr, ben));
+    CloseHandle(ben);  // the thread keeps its own copy of the token, as on Windows
+    EXPECT_EQ(SimulatedMachine::CurrentUser(), L"ben");
+    EXPECT_EQ(ConnectionsOfCurrentUser(), std::vector<std::wstring>{}) << "ben's hive has no connections";
+    Key processUser;
+    ASSERT_EQ(Open(HKEY_CURRENT_USER, kConnections, processUser), ERROR_SUCCESS);
+    EXPECT_EQ(Subkeys(processUser.Get()).size(), 4u) << "HKEY_CURRENT_USER stays the process's user's";
+
+    // Another thread runs as the process's user.
+    std::vector<std::wstring> elsewhere;
+    std::thread([&] { elsewhere = ConnectionsOfCurrentUser(); }).join();
+    EXPECT_EQ(elsewhere.size(), 4u);
+
+    ASSERT_TRUE(SetThreadToken(nullptr, nullptr));
+    EXPECT_EQ(ConnectionsOfCurrentUser().size(), 4u);
+}
+
+TEST_F(Registry, OnlyATokenImpersonatesAndOnlyTheCallingThread)
+{
+    Key keyHandle;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, keyHandle), ERROR_SUCCESS);
+    SetLastError(0);
+    EXPECT_FALSE(SetThreadToken(nullptr, static_cast<HANDLE>(keyHandle.Get())));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    HANDLE token = SimulatedMachine::TokenFor(L"ben");
+    HANDLE thread = reinterpret_cast<HANDLE>(0x10);
+    SetLastError(0);
+    EXPECT_FALSE(SetThreadToken(&thread, token));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(SimulatedMachine::CurrentUser(), L"ana") << "a refused token changes nothing";
+    CloseHandle(token);
+}
+
+TEST_F(Registry, AMachineWithoutUsersHasTheDefaultHive)
+{
+    platform::MachineContents contents;
+    contents.registry = {{RegistryHive::DefaultUser(), L"Printers", L"Mark", RegistryData::Dword(1)}};
+    SimulatedMachine::Replace(contents);
+    EXPECT_FALSE(SimulatedMachine::CurrentUser().has_value());
+    DWORD mark = 0;
+    DWORD bytes = sizeof mark;
+    EXPECT_EQ(RegGetValueW(HKEY_CURRENT_USER, L"Printers", L"Mark", RRF_RT_REG_DWORD, nullptr, &mark, &bytes),
+              ERROR_SUCCESS);
+    EXPECT_EQ(mark, 1u);
+    Key user;
+    ASSERT_EQ(RegOpenCurrentUser(KEY_READ, user.Out()), ERROR_SUCCESS);
+    EXPECT_EQ(Subkeys(user.Get()), std::vector<std::wstring>{L"Printers"});
+    EXPECT_EQ(RegOpenCurrentUser(KEY_READ, nullptr), ERROR_INVALID_PARAMETER);
+
+    // A user's hive that nothing was written to is there, empty.
+    SimulatedMachine::AddUser({L"cleo"});
+    ASSERT_EQ(RegOpenCurrentUser(KEY_READ, user.Out()), ERROR_SUCCESS);
+    EXPECT_EQ(Subkeys(user.Get()), std::vector<std::wstring>{});
+}
+
+TEST_F(Registry, ReplacingTheMachineReplacesItsRegistry)
+{
+    Key before;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE", before), ERROR_SUCCESS);
+    Key userBefore;
+    ASSERT_EQ(RegOpenCurrentUser(KEY_READ, userBefore.Out()), ERROR_SUCCESS);
+    SimulatedMachine::Clear();
+    Key key;
+    EXPECT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, key), ERROR_FILE_NOT_FOUND);
+    DWORD count = 0;
+    EXPECT_EQ(RegQueryInfoKeyW(before.Get(), nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr),
+              ERROR_KEY_DELETED);
+    EXPECT_EQ(Open(userBefore.Get(), L"", key), ERROR_KEY_DELETED) << "the user's hive went with the machine";
+    SimulatedMachine::CreateRegistryKey(RegistryHive::LocalMachine(), L"SOFTWARE\\QX\\QX Print Preview2\\Sub");
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, key), ERROR_SUCCESS);
+    EXPECT_EQ(Subkeys(key.Get()), std::vector<std::wstring>{L"Sub"});
+    DWORD bytes = 0;
+    EXPECT_EQ(RegQueryValueExW(key.Get(), L"PPExecFile", nullptr, nullptr, nullptr, &bytes), ERROR_FILE_NOT_FOUND);
+}
+
+// ---- doubles
+
+TEST_F(Registry, AnInstalledDoubleFailsOneCallForItsScope)
+{
+    struct DeniedUser : platform::AdvApi32 {
+        LSTATUS RegOpenCurrentUser(REGSAM, PHKEY result) override
+        {
+            *result = nullptr;
+            return ERROR_ACCESS_DENIED;
+        }
+    } denied;
+    {
+        platform::ScopedInstall<platform::IAdvApi32> scope(denied);
+        HKEY user = nullptr;
+        EXPECT_EQ(RegOpenCurrentUser(KEY_READ, &user), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(ConnectionsOfCurrentUser(), std::vector<std::wstring>{L"<none>"});
+        Key preview;
+        EXPECT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, preview), ERROR_SUCCESS) << "the other calls stay real";
+    }
+    EXPECT_EQ(ConnectionsOfCurrentUser().size(), 4u);
+}
+
+// ---- machine descriptions
+
+class RegistryFiles : public Registry {
+protected:
+    void SetUp() override
+    {
+        Registry::SetUp();
+        char pattern[] = "/tmp/qxtest-registry-XXXXXX";
+        folder_ = ::mkdtemp(pattern);
+    }
+    void TearDown() override
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+        Registry::TearDown();
+    }
+
+    std::string Write(const std::string& json) const
+    {
+        const std::filesystem::path path = folder_ / "machine.json";
+        std::ofstream(path) << json;
+        return path.string();
+    }
+
+private:
+    std::filesystem::path folder_;
+};
+
+std::string WithRegistry(const std::string& registry)
+{
+    return R"({"users": [{"name": "ana"}, {"name": "ben"}], "registry": {)" + registry + "}}";
+}
+
+TEST_F(RegistryFiles, ADescriptionDeclaresKeysAndValuesOfEveryType)
+{
+    platform::LoadMachineDescription(Write(WithRegistry(R"(
+        "HKEY_LOCAL_MACHINE\\SOFTWARE\\QX\\QX Print Preview2": {
+          "PPExecPath": {"type": "REG_SZ", "value": "C:\\Program Files\\QX\\"},
+          "PPExecFile": {"type": "REG_SZ", "value": "QXPreview.exe"},
+          "": {"type": "REG_EXPAND_SZ", "value": "%SystemRoot%"},
+          "Level": {"type": "REG_DWORD", "value": 4294967295},
+          "Names": {"type": "REG_MULTI_SZ", "value": ["a", "bc"]},
+          "Blob": {"type": "REG_BINARY", "value": "00fF1a"}
+        },
+        "HKEY_USERS\\BEN\\Printers\\Connections\\,,srv,plotter": {
+          "GuidPrinter": {"type": "REG_SZ", "value": "{4F1A}"}
+        },
+        "HKEY_USERS\\.DEFAULT\\Printers": {},
+        "HKEY_LOCAL_MACHINE\\SOFTWARE\\Empty": {})")));
+
+    Key preview;
+    ASSERT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, preview), ERROR_SUCCESS);
+    const struct {
+        const wchar_t* name;
+        RegistryData data;
+    } expected[] = {
+        {L"PPExecPath", RegistryData::String(L"C:\\Program Files\\QX\\")},
+        {L"PPExecFile", RegistryData::String(L"QXPreview.exe")},
+        {L"", RegistryData::ExpandString(L"%SystemRoot%")},
+        {L"Level", RegistryData::Dword(0xFFFFFFFFu)},
+        {L"Names", RegistryData::MultiString({L"a", L"bc"})},
+        {L"Blob", RegistryData::Binary({0x00, 0xff, 0x1a})},
+    };
+    for (const auto& e : expected) {
+        std::vector<BYTE> buffer(256);
+        DWORD type = 0;
+        DWORD bytes = static_cast<DWORD>(buffer.size());
+        ASSERT_EQ(RegQueryValueExW(preview.Get(), e.name, nullptr, &type, buffer.data(), &bytes), ERROR_SUCCESS)
+            << platform::ToUtf8(e.name);
+        buffer.resize(bytes);
+        EXPECT_EQ((RegistryData{type, buffer}), e.data) << platform::ToUtf8(e.name);
+    }
+
+    HANDLE ben = SimulatedMachine::TokenFor(L"ben");
+    ASSERT_TRUE(SetThreadToken(nullptr, ben));
+    CloseHandle(ben);
+    EXPECT_EQ(ConnectionsOfCurrentUser(), std::vector<std::wstring>{L",,srv,plotter"});
+    wchar_t guid[16];
+    DWORD bytes = sizeof guid;
+    Key user;
+    ASSERT_EQ(RegOpenCurrentUser(KEY_READ, user.Out()), ERROR_SUCCESS);
+    EXPECT_EQ(RegGetValueW(user.Get(), L"Printers\\Connections\\,,srv,plotter", L"GuidPrinter", RRF_RT_REG_SZ,
+                           nullptr, guid, &bytes),
+              ERROR_SUCCESS);
+    EXPECT_EQ(std::wstring(guid), L"{4F1A}");
+    Key empty;
+    EXPECT_EQ(Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Empty", empty), ERROR_SUCCESS);
+}
+
+TEST_F(RegistryFiles, RefusedRegistrySectionsNameThePlaceAndTheReason)
+{
+    const struct {
+        const char* why;
+        std::string registry;
+        std::string place;
+        std::string reason;
+    } cases[] = {
+        {"another hive", R"("HKEY_CLASSES_ROOT\\CLSID": {})", "/registry/HKEY_CLASSES_ROOT\\CLSID",
+         "a registry key begins with HKEY_LOCAL_MACHINE\\ or HKEY_USERS\\<user>\\, like "
+         "HKEY_LOCAL_MACHINE\\SOFTWARE\\QX"},
+        {"the current user by that name", R"("HKEY_CURRENT_USER\\Printers": {})", "/registry/HKEY_CURRENT_USER\\Printers",
+         "a registry key begins with HKEY_LOCAL_MACHINE\\ or HKEY_USERS\\<user>\\, like "
+         "HKEY_LOCAL_MACHINE\\SOFTWARE\\QX"},
+        {"an undeclared user", R"("HKEY_USERS\\zed\\Printers": {})", "/registry/HKEY_USERS\\zed\\Printers",
+         "no user of that name is declared in /users"},
+        {"an empty part", R"("HKEY_LOCAL_MACHINE\\SOFTWARE\\\\QX": {})", "/registry/HKEY_LOCAL_MACHINE\\SOFTWARE\\\\QX",
+         "a registry key name has no empty parts"},
+        {"values not an object", R"("HKEY_LOCAL_MACHINE\\SOFTWARE": [])", "/registry/HKEY_LOCAL_MACHINE\\SOFTWARE",
+         "expected an object of named registry values, found an array"},
+        {"unknown type", R"("HKEY_LOCAL_MACHINE\\S": {"V": {"type": "REG_QWORD", "value": 1}})",
+         "/registry/HKEY_LOCAL_MACHINE\\S/V/type",
+         "unknown type \"REG_QWORD\" (known types: \"REG_SZ\", \"REG_EXPAND_SZ\", \"REG_DWORD\", \"REG_MULTI_SZ\", "
+         "\"REG_BINARY\")"},
+        {"negative DWORD", R"("HKEY_LOCAL_MACHINE\\S": {"V": {"type": "REG_DWORD", "value": -1}})",
+         "/registry/HKEY_LOCAL_MACHINE\\S/V/value",
+         "expected an integer from 0 to 4294967295 for type \"REG_DWORD\", found the number -1"},
+        {"odd hexadecimal", R"("HKEY_LOCAL_MACHINE\\S": {"V": {"type": "REG_BINARY", "value": "abc"}})",
+         "/registry/HKEY_LOCAL_MACHINE\\S/V/value",
+         "expected pairs of hexadecimal digits for type \"REG_BINARY\", like \"00ff1a\", found the string \"abc\""},
+        {"a list of numbers", R"("HKEY_LOCAL_MACHINE\\S": {"V": {"type": "REG_MULTI_SZ", "value": [1]}})",
+         "/registry/HKEY_LOCAL_MACHINE\\S/V/value/0", "expected a string, found the number 1"},
+        {"text as a number", R"("HKEY_LOCAL_MACHINE\\S": {"V": {"type": "REG_SZ", "value": 1}})",
+         "/registry/HKEY_LOCAL_MACHINE\\S/V/value", "expected a string for type \"REG_SZ\", found the number 1"},
+        {"a misspelt field", R"("HKEY_LOCAL_MACHINE\\S": {"V": {"type": "REG_SZ", "data": "x"}})",
+         "/registry/HKEY_LOCAL_MACHINE\\S/V/data",
+         "unknown field in a registry value (known fields: \"type\", \"value\")"},
+    };
+    for (const auto& c : cases) {
+        try {
+            platform::LoadMachineDescription(Write(WithRegistry(c.registry)));
+            ADD_FAILURE() << c.why << ": accepted";
+        } catch (const platform::MachineDescriptionError& error) {
+            EXPECT_EQ(error.Place(), c.place) << c.why;
+            EXPECT_EQ(error.Reason(), c.reason) << c.why;
+        }
+    }
+    Key preview;
+    EXPECT_EQ(Open(HKEY_LOCAL_MACHINE, kPreview, preview), ERROR_SUCCESS) << "a refused file changes nothing";
+}
+
+}  // namespace
