@@ -13,6 +13,7 @@
 #include <bidispl.h>
 #include <objbase.h>
 #include <platform/comobject.h>
+#include <platform/machinedescription.h>
 #include <platform/modulepaths.h>
 #include <platform/simulatedmachine.h>
 #include <platform/text.h>
@@ -1152,6 +1153,31 @@ TEST_F(PaperSources, AFailedRepeatedQueryIsNoAnswer)
     manager.SelectPaperSource(Page(841000, 1189000), inputBin, rotation);
     EXPECT_EQ(Choice(inputBin, rotation), Choice(7, 3));
     EXPECT_EQ(bidi.Requests(), 2);
+}
+
+// The bundled machine's version-4 printer holds a tray and a 44-inch roll: the choice a job on it
+// gets once the job run asks for it.
+TEST_F(PaperSources, TheBundledPrinterChoosesTrayOrRollForItsPages)
+{
+    platform::LoadMachineDescription(QX_DEFAULT_MACHINE);
+    const std::wstring printer = L"QX Mesa 44";
+    const Ticket a0 = Page(841000, 1189000);
+    const struct {
+        const char* name;
+        Ticket ticket;
+        Choice choice;
+    } rows[] = {
+        {"A0 portrait fits the tray", a0, {kTrayBin, kRotate0}},
+        {"A0 landscape fits the tray turned", Landscape(a0), {kTrayBin, kRotate90}},
+        {"a banner fits only the roll", Page(1000000, 5000000), {kRollBin, kRotateNone}},
+    };
+    for (const auto& row : rows) {
+        ArssManager manager(printer);
+        std::int32_t inputBin = kAutoSelect;
+        std::int32_t rotation = kRotateNone;
+        manager.SelectPaperSource(row.ticket, inputBin, rotation);
+        EXPECT_EQ(Choice(inputBin, rotation), row.choice) << row.name;
+    }
 }
 
 }  // namespace
