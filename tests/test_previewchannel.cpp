@@ -16,6 +16,9 @@
 #include <thread>
 #include <vector>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <msxml6.h>
@@ -1508,5 +1511,48 @@ TEST_F(DataBlockTest, TheEncodingLibraryBesideTheModuleWritesTheEncodedText)
     MorvikManager morvik(DriverLibraryPath(L"qxitrn.dll"));
     morvik.Fill(settings);
     EXPECT_EQ(morvik.Encode(), text);
+}
+#endif
+
+#if defined(QX_HAVE_QXICL) && defined(QX_HAVE_QXITRN) && defined(QX_PREVIEWAPP_PATH)
+// The preview application and a session of the filter hold the whole conversation over the real
+// libraries: the application asks for the data, is served, changes the input bin and prints.
+TEST_F(TicketTest, ThePreviewApplicationHoldsAFullConversationWithASession)
+{
+    Job job;
+    job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, std::wstring(L"2"));
+    PTSettings settings = Load(kPosterTicket, job);
+    PreviewChannelState state;
+    PreviewDataSet(state).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+    state.paperSources = {Entry(1), Entry(2)};
+    state.softwareUrl = L"https://example.com/qx";
+
+    const std::string stem = UniquePipeStem();
+    ComLibManager channel(stem + "_IN", DriverLibraryPath(L"qxicl.dll"));
+    PreviewHandlerSlot slot(state, channel, stem + "_OUT");
+    slot.Register();
+
+    const std::string input = "--Input=" + stem + "_IN";
+    const std::string output = "--Output=" + stem + "_OUT";
+    const pid_t child = ::fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        ::setenv("QXPREVIEW_MODE", "change", 1);
+        ::setenv("QXPREVIEW_INPUT_BIN", "2", 1);
+        ::execl(QX_PREVIEWAPP_PATH, QX_PREVIEWAPP_PATH, "--Version=61.2405.0.0", input.c_str(), output.c_str(),
+                static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "the user printed";
+    ASSERT_TRUE(WaitForResult(state));
+    channel.Close();
+
+    MorvikManager morvik(DriverLibraryPath(L"qxitrn.dll"));
+    ASSERT_TRUE(morvik.Decode(settings, state.ResultEncodedSettings()));
+    EXPECT_EQ(settings.GetInputBin(), EInputBin::Tray);
+    EXPECT_EQ(settings.GetRotation(), ERotate::None);
 }
 #endif
