@@ -37,6 +37,7 @@ using HMODULE = void*;
 using HINSTANCE = void*;
 using HGLOBAL = void*;
 using HKEY = void*;
+using HWND = void*;
 using HRESULT = std::int32_t;
 using LPDWORD = DWORD*;
 using LPBOOL = BOOL*;

@@ -4,6 +4,7 @@
 #include "windef.h"
 #include "winerror.h"
 #include "winbase.h"
+#include "fileapi.h"
 #include "libloaderapi.h"
 #include "processthreadsapi.h"
 #include "stringapiset.h"

@@ -12,28 +12,12 @@
 #include "platform/machine.h"
 #include "platform/systemapi.h"
 #include "platform/text.h"
+#include "win32error.h"
 
 namespace platform {
 namespace {
 
 thread_local DWORD lastError = ERROR_SUCCESS;
-
-DWORD Win32ErrorOf(int error)
-{
-    switch (error) {
-    case ENOENT:
-        return ERROR_FILE_NOT_FOUND;
-    case ENOTDIR:
-        return ERROR_PATH_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-        return ERROR_ACCESS_DENIED;
-    case ENOMEM:
-        return ERROR_NOT_ENOUGH_MEMORY;
-    default:
-        return ERROR_INVALID_PARAMETER;
-    }
-}
 
 // Attribute bits that a POSIX file system has no place for (archive, hidden, system), kept per host
 // path for the life of the process. A file without an entry carries the archive bit, as a newly
@@ -55,6 +39,12 @@ public:
     {
         std::lock_guard lock(mutex_);
         bits_[path] = bits & kKept;
+    }
+    // A file made again at a deleted file's path starts with the bits of a new file.
+    void Forget(const std::string& path)
+    {
+        std::lock_guard lock(mutex_);
+        bits_.erase(path);
     }
 
 private:
@@ -154,7 +144,7 @@ DWORD Kernel32::GetFileAttributesW(LPCWSTR fileName)
     if (directory) {
         attributes |= FILE_ATTRIBUTE_DIRECTORY;
     }
-    if ((status.st_mode & S_IWUSR) == 0) {
+    if (IsReadOnly(status)) {
         attributes |= FILE_ATTRIBUTE_READONLY;
     }
     return attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes;
@@ -175,6 +165,32 @@ BOOL Kernel32::SetFileAttributesW(LPCWSTR fileName, DWORD attributes)
         return FALSE;
     }
     Extras().Set(*path, attributes);
+    return TRUE;
+}
+
+// unlink alone would remove a read-only file (and root may remove anything), so the attribute is
+// checked first, as Windows refuses to delete a read-only file.
+BOOL Kernel32::DeleteFileW(LPCWSTR fileName)
+{
+    const auto path = fileName == nullptr ? std::nullopt : HostPathOf(fileName);
+    if (!path) {
+        ::SetLastError(ERROR_PATH_NOT_FOUND);
+        return FALSE;
+    }
+    struct stat status {};
+    if (::lstat(path->c_str(), &status) != 0) {
+        ::SetLastError(errno == ENOENT ? MissingFileError(*path) : Win32ErrorOf(errno));
+        return FALSE;
+    }
+    if (S_ISDIR(status.st_mode) || (!S_ISLNK(status.st_mode) && IsReadOnly(status))) {
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return FALSE;
+    }
+    if (::unlink(path->c_str()) != 0) {
+        ::SetLastError(Win32ErrorOf(errno));
+        return FALSE;
+    }
+    Extras().Forget(*path);
     return TRUE;
 }
 

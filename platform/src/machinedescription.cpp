@@ -645,6 +645,21 @@ void RegistrySection(const Json& registry, const Pointer& at, MachineContents& c
     }
 }
 
+// {"NAME": "value", ...}
+std::map<std::wstring, std::wstring> UserEnvironment(const Json& variables, const Pointer& at)
+{
+    Expect(variables.is_object(), variables, at, "an object of named texts");
+    std::map<std::wstring, std::wstring> environment;
+    for (const auto& variable : variables.items()) {
+        const Pointer here = at / variable.key();
+        if (variable.key().empty() || variable.key().find('=') != std::string::npos) {
+            Refuse(here, "a variable name cannot be empty or contain '='");
+        }
+        environment[FromUtf8(variable.key())] = Text(variable.value(), here);
+    }
+    return environment;
+}
+
 MachineDescription Describe(const Json& document)
 {
     const Fields top(document, Pointer(), "a machine description",
@@ -662,8 +677,11 @@ MachineDescription Describe(const Json& document)
     }
     const Pointer usersAt = top.At("users");
     ForEachIn(top, "users", "users", [&](const Json& object, const Pointer& at) {
-        const Fields fields(object, at, "a user", {"name"});
-        const UserDescription user{Name(fields.Required("name"), fields.At("name"))};
+        const Fields fields(object, at, "a user", {"name", "environment"});
+        UserDescription user{Name(fields.Required("name"), fields.At("name"))};
+        if (const Json* environment = fields.Optional("environment")) {
+            user.environment = UserEnvironment(*environment, fields.At("environment"));
+        }
         if (const auto earlier = Earlier(contents.users, user.name, [](const UserDescription& u) { return u.name; })) {
             Refuse(fields.At("name"), "the user name is already declared at " + (usersAt / *earlier).Text());
         }

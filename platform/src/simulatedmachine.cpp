@@ -8,6 +8,7 @@
 #include "driverpropertybag.h"
 #include "handletable.h"
 #include "simulatedmachinestate.h"
+#include "userprofile.h"
 
 namespace platform {
 namespace {
@@ -213,6 +214,7 @@ void SimulatedMachine::Replace(const MachineContents& contents)
         replacement.computerName = contents.computerName;
     }
     for (const UserDescription& user : contents.users) {
+        CreateProfileFolders(user.name);
         AddUserTo(replacement, user);
     }
     for (const JobDescription& job : jobs) {
@@ -238,6 +240,7 @@ std::wstring SimulatedMachine::ComputerName()
 
 void SimulatedMachine::AddUser(const UserDescription& user)
 {
+    CreateProfileFolders(user.name);
     MachineState& state = TheMachine();
     std::lock_guard lock(state.mutex);
     AddUserTo(state.records, user);

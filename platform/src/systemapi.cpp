@@ -45,6 +45,18 @@ Slot<IAdvApi32, AdvApi32>& AdvApi32Slot()
     return *slot;
 }
 
+Slot<IUserEnv, UserEnv>& UserEnvSlot()
+{
+    static auto* slot = new Slot<IUserEnv, UserEnv>;
+    return *slot;
+}
+
+Slot<IShell32, Shell32>& Shell32Slot()
+{
+    static auto* slot = new Slot<IShell32, Shell32>;
+    return *slot;
+}
+
 }  // namespace
 
 IKernel32& CurrentKernel32() { return Kernel32Slot().Current(); }
@@ -55,6 +67,10 @@ IWinSpool& CurrentWinSpool() { return WinSpoolSlot().Current(); }
 IWinSpool* Install(IWinSpool* replacement) { return WinSpoolSlot().Install(replacement); }
 IAdvApi32& CurrentAdvApi32() { return AdvApi32Slot().Current(); }
 IAdvApi32* Install(IAdvApi32* replacement) { return AdvApi32Slot().Install(replacement); }
+IUserEnv& CurrentUserEnv() { return UserEnvSlot().Current(); }
+IUserEnv* Install(IUserEnv* replacement) { return UserEnvSlot().Install(replacement); }
+IShell32& CurrentShell32() { return Shell32Slot().Current(); }
+IShell32* Install(IShell32* replacement) { return Shell32Slot().Install(replacement); }
 
 }  // namespace platform
 
@@ -62,6 +78,8 @@ using platform::CurrentKernel32;
 using platform::CurrentOle32;
 using platform::CurrentWinSpool;
 using platform::CurrentAdvApi32;
+using platform::CurrentShell32;
+using platform::CurrentUserEnv;
 
 HGLOBAL GlobalAlloc(UINT uFlags, SIZE_T dwBytes) { return CurrentKernel32().GlobalAlloc(uFlags, dwBytes); }
 HGLOBAL GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) { return CurrentKernel32().GlobalReAlloc(hMem, dwBytes, uFlags); }
@@ -81,6 +99,13 @@ void GetLocalTime(SYSTEMTIME* lpSystemTime) { CurrentKernel32().GetLocalTime(lpS
 DWORD GetFileAttributesW(LPCWSTR lpFileName) { return CurrentKernel32().GetFileAttributesW(lpFileName); }
 BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes) { return CurrentKernel32().SetFileAttributesW(lpFileName, dwFileAttributes); }
 FILE* _wfsopen(const wchar_t* filename, const wchar_t* mode, int shflag) { return CurrentKernel32()._wfsopen(filename, mode, shflag); }
+HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode, SECURITY_ATTRIBUTES* lpSecurityAttributes, DWORD dwCreationDisposition, DWORD dwFlagsAndAttributes, HANDLE hTemplateFile) { return CurrentKernel32().CreateFileW(lpFileName, dwDesiredAccess, dwShareMode, lpSecurityAttributes, dwCreationDisposition, dwFlagsAndAttributes, hTemplateFile); }
+BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten, LPOVERLAPPED lpOverlapped) { return CurrentKernel32().WriteFile(hFile, lpBuffer, nNumberOfBytesToWrite, lpNumberOfBytesWritten, lpOverlapped); }
+BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead, LPOVERLAPPED lpOverlapped) { return CurrentKernel32().ReadFile(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead, lpOverlapped); }
+BOOL DeleteFileW(LPCWSTR lpFileName) { return CurrentKernel32().DeleteFileW(lpFileName); }
+UINT GetTempFileNameW(LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique, LPWSTR lpTempFileName) { return CurrentKernel32().GetTempFileNameW(lpPathName, lpPrefixString, uUnique, lpTempFileName); }
+
+BOOL GetExitCodeProcess(HANDLE hProcess, LPDWORD lpExitCode) { return CurrentKernel32().GetExitCodeProcess(hProcess, lpExitCode); }
 
 HMODULE LoadLibraryW(LPCWSTR lpLibFileName) { return CurrentKernel32().LoadLibraryW(lpLibFileName); }
 FARPROC GetProcAddress(HMODULE hModule, LPCSTR lpProcName) { return CurrentKernel32().GetProcAddress(hModule, lpProcName); }
@@ -111,3 +136,9 @@ LSTATUS RegGetValueW(HKEY hkey, LPCWSTR lpSubKey, LPCWSTR lpValue, DWORD dwFlags
 LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) { return CurrentAdvApi32().RegQueryValueExW(hKey, lpValueName, lpReserved, lpType, lpData, lpcbData); }
 
 BOOL SetThreadToken(PHANDLE Thread, HANDLE Token) { return CurrentAdvApi32().SetThreadToken(Thread, Token); }
+BOOL CreateProcessAsUserW(HANDLE hToken, LPCWSTR lpApplicationName, LPWSTR lpCommandLine, SECURITY_ATTRIBUTES* lpProcessAttributes, SECURITY_ATTRIBUTES* lpThreadAttributes, BOOL bInheritHandles, DWORD dwCreationFlags, LPVOID lpEnvironment, LPCWSTR lpCurrentDirectory, LPSTARTUPINFOW lpStartupInfo, LPPROCESS_INFORMATION lpProcessInformation) { return CurrentAdvApi32().CreateProcessAsUserW(hToken, lpApplicationName, lpCommandLine, lpProcessAttributes, lpThreadAttributes, bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory, lpStartupInfo, lpProcessInformation); }
+
+BOOL CreateEnvironmentBlock(LPVOID* lpEnvironment, HANDLE hToken, BOOL bInherit) { return CurrentUserEnv().CreateEnvironmentBlock(lpEnvironment, hToken, bInherit); }
+BOOL DestroyEnvironmentBlock(LPVOID lpEnvironment) { return CurrentUserEnv().DestroyEnvironmentBlock(lpEnvironment); }
+
+BOOL SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate) { return CurrentShell32().SHGetSpecialFolderPathW(hwnd, pszPath, csidl, fCreate); }

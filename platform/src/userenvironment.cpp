@@ -4,33 +4,52 @@
 #include <vector>
 
 #include "names.h"
+#include "platform/simulatedmachine.h"
 
 namespace platform {
 namespace {
 
-using Variables = std::vector<std::pair<std::wstring, std::wstring>>;
+using Variables = EnvironmentVariables;
 
-Variables VariablesOf(const std::optional<std::wstring>& user)
+Variables MachineVariables()
 {
-    Variables variables{
+    return {
         {L"SystemDrive", L"C:"},
         {L"SystemRoot", L"C:\\Windows"},
         {L"windir", L"C:\\Windows"},
         {L"ProgramFiles", L"C:\\Program Files"},
         {L"ProgramData", L"C:\\ProgramData"},
+        {L"COMPUTERNAME", SimulatedMachine::ComputerName()},
+        {L"OS", L"Windows_NT"},
+        {L"PATH", L"C:\\Windows\\system32;C:\\Windows;C:\\Windows\\System32\\Wbem"},
+        {L"PATHEXT", L".COM;.EXE;.BAT;.CMD"},
     };
-    if (user) {
-        const std::wstring profile = L"C:\\Users\\" + *user;
-        variables.insert(variables.end(), {
-                                              {L"USERNAME", *user},
-                                              {L"USERPROFILE", profile},
-                                              {L"APPDATA", profile + L"\\AppData\\Roaming"},
-                                              {L"LOCALAPPDATA", profile + L"\\AppData\\Local"},
-                                              {L"TEMP", profile + L"\\AppData\\Local\\Temp"},
-                                              {L"TMP", profile + L"\\AppData\\Local\\Temp"},
-                                          });
+}
+
+Variables ProfileVariables(const std::wstring& user)
+{
+    const std::wstring profile = L"C:\\Users\\" + user;
+    return {
+        {L"USERNAME", user},
+        {L"USERPROFILE", profile},
+        {L"HOMEDRIVE", L"C:"},
+        {L"HOMEPATH", L"\\Users\\" + user},
+        {L"APPDATA", profile + L"\\AppData\\Roaming"},
+        {L"LOCALAPPDATA", profile + L"\\AppData\\Local"},
+        {L"TEMP", profile + L"\\AppData\\Local\\Temp"},
+        {L"TMP", profile + L"\\AppData\\Local\\Temp"},
+    };
+}
+
+void Assign(Variables& variables, const std::wstring& name, const std::wstring& value)
+{
+    for (auto& [known, old] : variables) {
+        if (SameName(known, name)) {
+            old = value;
+            return;
+        }
     }
-    return variables;
+    variables.emplace_back(name, value);
 }
 
 const std::wstring* ValueOf(const Variables& variables, const std::wstring& name)
@@ -45,9 +64,26 @@ const std::wstring* ValueOf(const Variables& variables, const std::wstring& name
 
 }  // namespace
 
+EnvironmentVariables EnvironmentOf(const std::optional<std::wstring>& user)
+{
+    Variables variables = MachineVariables();
+    const auto described = user ? SimulatedMachine::FindUser(*user) : std::nullopt;
+    if (user) {
+        for (const auto& [name, value] : ProfileVariables(described ? described->name : *user)) {
+            Assign(variables, name, value);
+        }
+    }
+    if (described) {
+        for (const auto& [name, value] : described->environment) {
+            Assign(variables, name, value);
+        }
+    }
+    return variables;
+}
+
 std::wstring ExpandEnvironmentFor(const std::wstring& text, const std::optional<std::wstring>& user)
 {
-    const Variables variables = VariablesOf(user);
+    const Variables variables = EnvironmentOf(user);
     std::wstring expanded;
     std::size_t at = 0;
     while (at < text.size()) {

@@ -4,6 +4,7 @@
 #include "moduleobjectcount.h"
 #include "raiiowners.h"
 #include "streamhandler.h"
+#include "xpspagesizecorrection.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -111,6 +112,13 @@ void HostPreviewFilter::StartOperation_throws()
     THROW_IF_FAILED(CoCreateInstance(CLSID_XpsOMObjectFactory, nullptr, CLSCTX_INPROC_SERVER,
                                      IID_PPV_ARGS(&xpsFactory)));
     RunJob(xpsFactory.Get());
+}
+
+BOOL HostPreviewFilter::CorrectXpsPageSize(IXpsOMDocumentSequence* documentSequence, IPTSettings& settings)
+{
+    const XpsPageSizeCorrection correction(settings.GetMediaSizeWidth(), settings.GetMediaSizeHeight(),
+                                           settings.GetOrientation(), QX_HERE);
+    return correction.Apply(documentSequence) ? TRUE : FALSE;
 }
 
 void HostPreviewFilter::RunJob(IXpsOMObjectFactory*)

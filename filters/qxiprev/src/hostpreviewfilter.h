@@ -6,6 +6,7 @@
 #include <xpsobjectmodel.h>
 
 #include "filterliveness.h"
+#include "ptsettings.h"
 #include "unknownbase.h"
 
 class HostPreviewFilter : public UnknownBase<IPrintPipelineFilter> {
@@ -19,6 +20,10 @@ public:
 
     // The cancellation callback handed to rasterizers; it reports cancellation after ShutdownOperation.
     IXpsRasterizerNotificationCallback* Liveness() const { return m_liveness.Get(); }
+
+    // For the preview only: enlarges the pages to media longer or wider than 3276.7 mm. TRUE when a
+    // page changed; throws hr_error when an XPS call fails.
+    static BOOL CorrectXpsPageSize(IXpsOMDocumentSequence* documentSequence, IPTSettings& settings);
 
 private:
     ~HostPreviewFilter() override;

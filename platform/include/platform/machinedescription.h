@@ -3,7 +3,8 @@
 //
 //   {
 //     "computerName": "QXSTUDIO",                                   optional
-//     "users": [{"name": "ana"}],
+//     "users": [{"name": "ana",
+//                "environment": {"NAME": "value"}}],                   optional, besides the profile's
 //     "printers": [{
 //       "name": "...", "port": "...", "driverName": "...",
 //       "driverModelVersion": 4,                                    3 or 4

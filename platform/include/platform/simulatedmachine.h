@@ -71,8 +71,13 @@ struct JobDescription {
     std::optional<SYSTEMTIME> submitted = std::nullopt;
 };
 
+// A user's profile folders (C:\Users\<name> with AppData\Roaming, AppData\Local and
+// AppData\Local\Temp) are made under the machine root in force when the user is added, as a
+// first logon makes them; files already there stay.
 struct UserDescription {
     std::wstring name;
+    // Variables of the user's environment besides (and in place of) those of a fresh profile.
+    std::map<std::wstring, std::wstring> environment = {};
 };
 
 // A whole machine at once, as a machine description declares it.

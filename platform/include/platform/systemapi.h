@@ -4,6 +4,8 @@
 #pragma once
 
 #include "../objbase.h"
+#include "../shlobj.h"
+#include "../userenv.h"
 #include "../windows.h"
 #include "../winspool.h"
 
@@ -31,6 +33,14 @@ public:
     virtual DWORD GetFileAttributesW(LPCWSTR fileName) = 0;
     virtual BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) = 0;
     virtual FILE* _wfsopen(const wchar_t* fileName, const wchar_t* mode, int shareFlag) = 0;
+    virtual HANDLE CreateFileW(LPCWSTR fileName, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security,
+                               DWORD disposition, DWORD flagsAndAttributes, HANDLE templateFile) = 0;
+    virtual BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD bytes, LPDWORD written, LPOVERLAPPED overlapped) = 0;
+    virtual BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD bytes, LPDWORD read, LPOVERLAPPED overlapped) = 0;
+    virtual BOOL DeleteFileW(LPCWSTR fileName) = 0;
+    virtual UINT GetTempFileNameW(LPCWSTR pathName, LPCWSTR prefix, UINT unique, LPWSTR tempFileName) = 0;
+
+    virtual BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode) = 0;
 
     virtual HMODULE LoadLibraryW(LPCWSTR fileName) = 0;
     virtual FARPROC GetProcAddress(HMODULE module, LPCSTR procName) = 0;
@@ -86,6 +96,28 @@ public:
                                      LPDWORD dataBytes) = 0;
 
     virtual BOOL SetThreadToken(PHANDLE thread, HANDLE token) = 0;
+    virtual BOOL CreateProcessAsUserW(HANDLE token, LPCWSTR applicationName, LPWSTR commandLine,
+                                      SECURITY_ATTRIBUTES* processAttributes, SECURITY_ATTRIBUTES* threadAttributes,
+                                      BOOL inheritHandles, DWORD creationFlags, LPVOID environment,
+                                      LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
+                                      LPPROCESS_INFORMATION processInformation) = 0;
+};
+
+// The user profile library: environment blocks.
+class IUserEnv {
+public:
+    virtual ~IUserEnv() = default;
+
+    virtual BOOL CreateEnvironmentBlock(LPVOID* environment, HANDLE token, BOOL inherit) = 0;
+    virtual BOOL DestroyEnvironmentBlock(LPVOID environment) = 0;
+};
+
+// The shell: known folders.
+class IShell32 {
+public:
+    virtual ~IShell32() = default;
+
+    virtual BOOL SHGetSpecialFolderPathW(HWND window, LPWSTR path, int csidl, BOOL create) = 0;
 };
 
 // The real implementations; derive from these to fail single calls.
@@ -109,6 +141,14 @@ public:
     DWORD GetFileAttributesW(LPCWSTR fileName) override;
     BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) override;
     FILE* _wfsopen(const wchar_t* fileName, const wchar_t* mode, int shareFlag) override;
+    HANDLE CreateFileW(LPCWSTR fileName, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security,
+                       DWORD disposition, DWORD flagsAndAttributes, HANDLE templateFile) override;
+    BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD bytes, LPDWORD written, LPOVERLAPPED overlapped) override;
+    BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD bytes, LPDWORD read, LPOVERLAPPED overlapped) override;
+    BOOL DeleteFileW(LPCWSTR fileName) override;
+    UINT GetTempFileNameW(LPCWSTR pathName, LPCWSTR prefix, UINT unique, LPWSTR tempFileName) override;
+
+    BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode) override;
 
     HMODULE LoadLibraryW(LPCWSTR fileName) override;
     FARPROC GetProcAddress(HMODULE module, LPCSTR procName) override;
@@ -146,6 +186,10 @@ public:
                              LPDWORD dataBytes) override;
 
     BOOL SetThreadToken(PHANDLE thread, HANDLE token) override;
+    BOOL CreateProcessAsUserW(HANDLE token, LPCWSTR applicationName, LPWSTR commandLine,
+                              SECURITY_ATTRIBUTES* processAttributes, SECURITY_ATTRIBUTES* threadAttributes,
+                              BOOL inheritHandles, DWORD creationFlags, LPVOID environment, LPCWSTR currentDirectory,
+                              LPSTARTUPINFOW startupInfo, LPPROCESS_INFORMATION processInformation) override;
 };
 
 // The spooler of the simulated machine.
@@ -159,6 +203,19 @@ public:
     BOOL GetJobW(HANDLE printer, DWORD jobId, DWORD level, LPBYTE buffer, DWORD bufferSize, LPDWORD needed) override;
 };
 
+// The users' environments on the simulated machine.
+class UserEnv : public IUserEnv {
+public:
+    BOOL CreateEnvironmentBlock(LPVOID* environment, HANDLE token, BOOL inherit) override;
+    BOOL DestroyEnvironmentBlock(LPVOID environment) override;
+};
+
+// The users' profile folders on the simulated machine.
+class Shell32 : public IShell32 {
+public:
+    BOOL SHGetSpecialFolderPathW(HWND window, LPWSTR path, int csidl, BOOL create) override;
+};
+
 // The implementation in force. Install returns the one it replaces; installing null restores the real one.
 IKernel32& CurrentKernel32();
 IKernel32* Install(IKernel32* replacement);
@@ -168,6 +225,10 @@ IWinSpool& CurrentWinSpool();
 IWinSpool* Install(IWinSpool* replacement);
 IAdvApi32& CurrentAdvApi32();
 IAdvApi32* Install(IAdvApi32* replacement);
+IUserEnv& CurrentUserEnv();
+IUserEnv* Install(IUserEnv* replacement);
+IShell32& CurrentShell32();
+IShell32* Install(IShell32* replacement);
 
 template <class Api>
 class ScopedInstall {

@@ -1,0 +1,60 @@
+// A host child process behind a process handle: a reaper thread waits for it, so that waits with
+// a time limit, exit codes and closing the handle early all work without polling.
+#pragma once
+
+#include <sys/types.h>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "handletable.h"
+
+namespace platform {
+
+struct LaunchRequest {
+    std::string program;                                  // host path
+    std::vector<std::string> arguments;                   // argv, argv[0] included
+    std::optional<std::vector<std::string>> environment;  // "NAME=value"; none: the caller's
+    std::optional<std::string> folder;                    // host folder; none: the caller's
+    std::string account;                                  // the host account to run as, when root may
+};
+
+class ChildProcess : public KernelObject {
+public:
+    // The running child, or the Win32 error why it could not start.
+    static std::variant<std::shared_ptr<ChildProcess>, DWORD> Start(const LaunchRequest& request);
+
+    DWORD Wait(DWORD milliseconds) override;
+    // STILL_ACTIVE while it runs, then its Windows exit code.
+    DWORD ExitCode();
+    DWORD Id() const { return static_cast<DWORD>(id_); }
+
+private:
+    struct Status {
+        std::mutex mutex;
+        std::condition_variable ended;
+        std::optional<int> waitStatus;
+    };
+
+    explicit ChildProcess(pid_t id);
+
+    pid_t id_;
+    std::shared_ptr<Status> status_;  // shared with the reaper, which may outlive the handle
+};
+
+// The child's main thread: signalled when the process ends.
+class ChildThread : public KernelObject {
+public:
+    explicit ChildThread(std::shared_ptr<ChildProcess> process) : process_(std::move(process)) {}
+    DWORD Wait(DWORD milliseconds) override { return process_->Wait(milliseconds); }
+
+private:
+    std::shared_ptr<ChildProcess> process_;
+};
+
+}  // namespace platform
