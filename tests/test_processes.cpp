@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "driverv4winapi.h"
+
 #include <platform/machine.h>
 #include <platform/machinedescription.h>
 #include <platform/simulatedmachine.h>
@@ -412,6 +414,42 @@ TEST_F(Processes, DoublesFailSingleCalls)
         EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
     }
     EXPECT_EQ(Run(std::wstring(kProbe) + L" exit 2"), 2u);
+}
+
+// The driver's own start of its preview program: unquoted path with blanks, the arguments after one
+// blank, the user's environment, the program's folder as the current one.
+TEST_F(Processes, TheDriverStartsAProgramAsTheUserWithItsArguments)
+{
+    const testsupport::LogTail log;
+    PROCESS_INFORMATION process =
+        DriverV4WinApi::ExecuteProcessAsUser(kProbe, token_, L"exit 3 --Input=Qm_IN --Output=b7_OUT");
+    ASSERT_NE(process.hProcess, nullptr);
+    EXPECT_EQ(WaitForSingleObject(process.hProcess, INFINITE), WAIT_OBJECT_0);
+    DWORD code = 0;
+    EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &code));
+    EXPECT_EQ(code, 3u);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    const Record record = ReadRecord();
+    ASSERT_EQ(record.argv.size(), 5u);
+    EXPECT_EQ(record.argv[3], "--Input=Qm_IN");
+    EXPECT_EQ(record.argv[4], "--Output=b7_OUT");
+    EXPECT_EQ(record.folder, Host(L"C:\\Program Files\\Probe Tools").string());
+    EXPECT_NE(std::find(record.environment.begin(), record.environment.end(), "PREVIEW_MODE=quiet"),
+              record.environment.end());
+    EXPECT_EQ(log.Settled().find("Error"), std::string::npos);
+}
+
+TEST_F(Processes, TheDriverReportsAProgramThatCannotStartWithAZeroRecord)
+{
+    const testsupport::LogTail log;
+    for (const std::wstring& path : {std::wstring(L"C:\\Nowhere\\preview.exe"), std::wstring()}) {
+        const PROCESS_INFORMATION process = DriverV4WinApi::ExecuteProcessAsUser(path, token_, L"--Version=61.2405.0.0");
+        EXPECT_EQ(process.hProcess, nullptr);
+        EXPECT_EQ(process.hThread, nullptr);
+        EXPECT_EQ(process.dwProcessId, 0u);
+    }
+    EXPECT_TRUE(log.WaitFor(L"Error to CreateProcessAsUser 2"));
 }
 
 }  // namespace
