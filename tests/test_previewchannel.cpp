@@ -42,6 +42,7 @@
 #include "ptsettings.h"
 #include "testbstr.h"
 #include "testmachine.h"
+#include "tickettext.h"
 #include "xpsfpkeys.h"
 
 using Microsoft::WRL::ComPtr;
@@ -49,6 +50,11 @@ using platform::DriverPropertyValue;
 using testsupport::Bstr;
 using testsupport::JobContext;
 using testsupport::LogTail;
+using testsupport::Option;
+using testsupport::PageScaling;
+using testsupport::Parameter;
+using testsupport::Scored;
+using testsupport::Ticket;
 
 namespace {
 
@@ -246,51 +252,6 @@ MorvikManager::Exports FakeMorvikExports()
 
 // ---- tickets and the printer they are read for
 
-const std::wstring kTicketStart = LR"(<?xml version="1.0" encoding="UTF-8"?>
-<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
-    xmlns:psk="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
-    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
-    xmlns:ns0000="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
-)";
-const std::wstring kTicketEnd = L"</psf:PrintTicket>\n";
-
-std::wstring Option(const std::wstring& feature, const std::wstring& option)
-{
-    const std::wstring prefix = feature.substr(0, feature.find(L':') + 1);
-    return L"<psf:Feature name=\"" + feature + L"\"><psf:Option name=\"" + prefix + option + L"\"/></psf:Feature>\n";
-}
-
-std::wstring Parameter(const std::wstring& parameter, const std::wstring& value, const std::wstring& type = L"string")
-{
-    return L"<psf:ParameterInit name=\"" + parameter + L"\"><psf:Value xsi:type=\"xsd:" + type + L"\">" + value +
-           L"</psf:Value></psf:ParameterInit>\n";
-}
-
-std::wstring Copies(int copies) { return Parameter(L"psk:JobCopiesAllDocuments", std::to_wstring(copies), L"integer"); }
-
-const std::wstring kMediaSizeA1 = LR"(
-  <psf:Feature name="psk:PageMediaSize">
-    <psf:Option name="psk:ISOA1">
-      <psf:ScoredProperty name="psk:MediaSizeWidth">
-        <psf:Value xsi:type="xsd:integer">594000</psf:Value></psf:ScoredProperty>
-      <psf:ScoredProperty name="psk:MediaSizeHeight">
-        <psf:Value xsi:type="xsd:integer">841000</psf:Value></psf:ScoredProperty>
-    </psf:Option>
-  </psf:Feature>
-)";
-
-// Every ticket the driver writes carries a copy count and a page size.
-std::wstring Ticket(const std::wstring& body, int copies = 1)
-{
-    return kTicketStart + Copies(copies) + kMediaSizeA1 + body + kTicketEnd;
-}
-
-std::wstring PageScaling(const std::wstring& option, const std::wstring& properties)
-{
-    return L"<psf:Feature name=\"ns0000:PageScaling\"><psf:Option name=\"ns0000:" + option + L"\">" + properties +
-           L"</psf:Option></psf:Feature>\n";
-}
-
 std::wstring AdjustmentParameters(const std::wstring& lightness, const std::wstring& red, const std::wstring& green,
                               const std::wstring& blue)
 {
@@ -298,12 +259,6 @@ std::wstring AdjustmentParameters(const std::wstring& lightness, const std::wstr
            Parameter(L"ns0000:PageColorAdjustmentRed", red, L"integer") +
            Parameter(L"ns0000:PageColorAdjustmentGreen", green, L"integer") +
            Parameter(L"ns0000:PageColorAdjustmentBlue", blue, L"integer");
-}
-
-std::wstring Scored(const std::wstring& name, const std::wstring& value, const std::wstring& type = L"integer")
-{
-    return L"<psf:ScoredProperty name=\"" + name + L"\"><psf:Value xsi:type=\"xsd:" + type + L"\">" + value +
-           L"</psf:Value></psf:ScoredProperty>";
 }
 
 const std::wstring kFitToA2 =

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/machine.h"
+#include "platform/modulepaths.h"
 #include "platform/text.h"
 #include "simulatedmachinestate.h"
 
@@ -663,7 +664,7 @@ std::map<std::wstring, std::wstring> UserEnvironment(const Json& variables, cons
 MachineDescription Describe(const Json& document)
 {
     const Fields top(document, Pointer(), "a machine description",
-                     {"comment", "computerName", "users", "printers", "jobs", "files", "registry"});
+                     {"comment", "computerName", "users", "printers", "jobs", "files", "programs", "registry"});
     MachineDescription description;
     MachineContents& contents = description.contents;
     if (const Json* comment = top.Optional("comment")) {
@@ -743,6 +744,18 @@ MachineDescription Describe(const Json& document)
                 machineFile.content = Utf8String(file.value(), here, expected);
             }
             description.files.push_back(std::move(machineFile));
+        }
+    }
+    if (const Json* programs = top.Optional("programs")) {
+        const Pointer programsAt = top.At("programs");
+        Expect(programs->is_object(), *programs, programsAt, "an object of Windows paths and host program names");
+        for (const auto& program : programs->items()) {
+            const Pointer here = programsAt / program.key();
+            const std::string name = Utf8String(program.value(), here, "the name of a program beside the platform");
+            if (name.empty() || name.find('/') != std::string::npos) {
+                Refuse(here, "a program name without a folder");
+            }
+            description.programs.push_back({WindowsPath(program.key(), here), name});
         }
     }
     return description;
@@ -854,6 +867,29 @@ void WriteFiles(const std::string& path, const std::vector<MachineFile>& files)
     }
 }
 
+// Each program is a link to the host program of that name in the module folder, so a run always
+// starts the program its own build made.
+void InstallPrograms(const std::string& path, const std::vector<MachineProgram>& programs)
+{
+    for (const MachineProgram& program : programs) {
+        const std::string host = HostPathOf(program.windowsPath).value_or("");  // checked while reading
+        const fs::path target = fs::path(ModuleFolder()) / program.hostProgram;
+        const auto refuse = [&](const std::string& why) {
+            throw MachineDescriptionError(path, (Pointer() / "programs" / ToUtf8(program.windowsPath)).Text(), why);
+        };
+        std::error_code error;
+        if (!fs::is_regular_file(target, error)) {
+            refuse("no program " + target.string());
+        }
+        fs::create_directories(fs::path(host).parent_path(), error);
+        fs::remove(host, error);
+        fs::create_symlink(target, host, error);
+        if (error) {
+            refuse("cannot link " + host + ": " + error.message());
+        }
+    }
+}
+
 }  // namespace
 
 MachineDescriptionError::MachineDescriptionError(std::string file, std::string place, std::string reason)
@@ -880,6 +916,7 @@ MachineDescription LoadMachineDescription(const std::string& path)
 {
     MachineDescription description = ReadMachineDescription(path);
     WriteFiles(path, description.files);
+    InstallPrograms(path, description.programs);
     SimulatedMachine::Replace(description.contents);
     return description;
 }

@@ -43,6 +43,9 @@
 //                                           REG_BINARY (hexadecimal digit pairs, "00ff1a"); "" names
 //                                           the key's default value
 //     "files": {"C:\\path\\file": "text" or ["line", "line"]}      optional
+//     "programs": {"C:\\path\\Program.exe": "hostprogram"}        optional; installs the host
+//                                           program of that name from the module folder (see
+//                                           modulepaths.h) at the Windows path, as a link
 //   }
 //
 // ANSWER, one answer to "\Printer.PaperSource", every field optional:
@@ -89,9 +92,16 @@ struct MachineFile {
     std::string content;
 };
 
+// A program of the build installed on the machine.
+struct MachineProgram {
+    std::wstring windowsPath;
+    std::string hostProgram;  // a file name in the module folder
+};
+
 struct MachineDescription {
     MachineContents contents;
     std::vector<MachineFile> files;
+    std::vector<MachineProgram> programs;
 };
 
 // Reads and checks the whole file. Throws MachineDescriptionError; changes nothing.

@@ -2,6 +2,8 @@
 // and the result it sends back.
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -20,6 +22,9 @@ public:
     // replaces an earlier one.
     void StoreResult(const void* payload);
     bool ResultReceived() const;
+    // The application sends its result before it exits, but the library's thread may still be
+    // handing it over when the exit is seen; true as soon as a result is stored.
+    bool WaitForResult(std::chrono::milliseconds bound) const;
     // All zero until a result was received.
     PrintPreviewResult Result() const;
     // The result's encoded settings text up to its terminator, or all 512 bytes when the
@@ -30,6 +35,7 @@ private:
     // The result arrives on the library's thread, which may still be storing it when the
     // application has already exited and the session reads it.
     mutable std::mutex m_resultLock;
+    mutable std::condition_variable m_resultArrived;
     PrintPreviewResult m_result{};
     bool m_resultReceived = false;
 };

@@ -10,12 +10,11 @@ public:
     // Opens the printer with no data type, no DEVMODE and use access; check Get() for success.
     explicit ScopedPrinter(const std::wstring& printerName)
     {
-        std::wstring name = printerName;
         PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ACCESS_USE};
-        if (!OpenPrinterW(name.data(), &m_printer, &defaults)) {
-            m_printer = nullptr;
-        }
+        Open(printerName, &defaults);
     }
+    // Opens it with the spooler's defaults; null asks for none.
+    ScopedPrinter(const std::wstring& printerName, PRINTER_DEFAULTSW* defaults) { Open(printerName, defaults); }
     ~ScopedPrinter()
     {
         if (m_printer != nullptr) {
@@ -28,5 +27,13 @@ public:
     ScopedPrinter& operator=(const ScopedPrinter&) = delete;
 
 private:
+    void Open(const std::wstring& printerName, PRINTER_DEFAULTSW* defaults)
+    {
+        std::wstring name = printerName;
+        if (!OpenPrinterW(name.data(), &m_printer, defaults)) {
+            m_printer = nullptr;
+        }
+    }
+
     HANDLE m_printer = nullptr;
 };

@@ -9,6 +9,13 @@ void PreviewChannelState::StoreResult(const void* payload)
     const std::lock_guard<std::mutex> hold(m_resultLock);
     std::memcpy(&m_result, payload, sizeof(m_result));
     m_resultReceived = true;
+    m_resultArrived.notify_all();
+}
+
+bool PreviewChannelState::WaitForResult(std::chrono::milliseconds bound) const
+{
+    std::unique_lock<std::mutex> hold(m_resultLock);
+    return m_resultArrived.wait_for(hold, bound, [this] { return m_resultReceived; });
 }
 
 bool PreviewChannelState::ResultReceived() const

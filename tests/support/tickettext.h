@@ -1,0 +1,39 @@
+// Print tickets written as text, the way the driver writes them, for tests that load a job's
+// settings.
+#pragma once
+
+#include <string>
+
+namespace testsupport {
+
+// Inline, so that a test's own ticket constants made from them are initialised after them.
+// The declaration and the root with the driver's prefixes:
+inline const std::wstring kTicketStart = LR"(<?xml version="1.0" encoding="UTF-8"?>
+<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
+    xmlns:psk="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
+    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
+    xmlns:ns0000="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
+)";
+inline const std::wstring kTicketEnd = L"</psf:PrintTicket>\n";
+
+inline const std::wstring kMediaSizeA1 = LR"(
+  <psf:Feature name="psk:PageMediaSize">
+    <psf:Option name="psk:ISOA1">
+      <psf:ScoredProperty name="psk:MediaSizeWidth">
+        <psf:Value xsi:type="xsd:integer">594000</psf:Value></psf:ScoredProperty>
+      <psf:ScoredProperty name="psk:MediaSizeHeight">
+        <psf:Value xsi:type="xsd:integer">841000</psf:Value></psf:ScoredProperty>
+    </psf:Option>
+  </psf:Feature>
+)";
+
+
+std::wstring Option(const std::wstring& feature, const std::wstring& option);
+std::wstring Parameter(const std::wstring& parameter, const std::wstring& value, const std::wstring& type = L"string");
+std::wstring Scored(const std::wstring& name, const std::wstring& value, const std::wstring& type = L"integer");
+std::wstring PageScaling(const std::wstring& option, const std::wstring& properties);
+std::wstring Copies(int copies);
+// Every ticket the driver writes carries a copy count and a page size (A1 here).
+std::wstring Ticket(const std::wstring& body, int copies = 1);
+
+}  // namespace testsupport
