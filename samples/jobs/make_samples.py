@@ -76,7 +76,15 @@ def fixed_page():
 """
 
 
-def job_print_ticket(preview):
+def feature(name, option):
+    return f"""  <psf:Feature name="{name}">
+    <psf:Option name="{option}"/>
+  </psf:Feature>
+"""
+
+
+def job_print_ticket(preview, media=("psk:ISOA4", 210000, 297000), features=""):
+    media_name, media_width, media_height = media
     return f"""<?xml version="1.0" encoding="UTF-8"?>
 <psf:PrintTicket xmlns:psf="{PSF_NS}" xmlns:psk="{PSK_NS}"
     xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
@@ -85,30 +93,30 @@ def job_print_ticket(preview):
     <psf:Value xsi:type="xsd:integer">1</psf:Value>
   </psf:ParameterInit>
   <psf:Feature name="psk:PageMediaSize">
-    <psf:Option name="psk:ISOA4">
+    <psf:Option name="{media_name}">
       <psf:ScoredProperty name="psk:MediaSizeWidth">
-        <psf:Value xsi:type="xsd:integer">210000</psf:Value>
+        <psf:Value xsi:type="xsd:integer">{media_width}</psf:Value>
       </psf:ScoredProperty>
       <psf:ScoredProperty name="psk:MediaSizeHeight">
-        <psf:Value xsi:type="xsd:integer">297000</psf:Value>
+        <psf:Value xsi:type="xsd:integer">{media_height}</psf:Value>
       </psf:ScoredProperty>
     </psf:Option>
   </psf:Feature>
-  <psf:Feature name="ns0000:JobPrintPreview">
+{features}  <psf:Feature name="ns0000:JobPrintPreview">
     <psf:Option name="ns0000:{preview}"/>
   </psf:Feature>
 </psf:PrintTicket>
 """
 
 
-def package_parts(preview, ticket=None):
+def package_parts(preview, ticket=None, **ticket_choices):
     """The parts in the order they are stored; [Content_Types].xml first, as readers expect."""
     return [
         ("[Content_Types].xml", content_types()),
         ("_rels/.rels", relationships(("R0", FIXED_REPRESENTATION, "/FixedDocumentSequence.fdseq"))),
         ("FixedDocumentSequence.fdseq", document_sequence()),
         ("_rels/FixedDocumentSequence.fdseq.rels", relationships(("R1", PRINT_TICKET, "/Metadata/Job_PT.xml"))),
-        ("Metadata/Job_PT.xml", ticket if ticket is not None else job_print_ticket(preview)),
+        ("Metadata/Job_PT.xml", ticket if ticket is not None else job_print_ticket(preview, **ticket_choices)),
         ("Documents/1/FixedDocument.fdoc", fixed_document()),
         ("Documents/1/Pages/1.fpage", fixed_page()),
     ]
@@ -130,6 +138,15 @@ def main():
         # A whole ticket as the driver writes it: every feature the filter reads.
         "poster-coated.xps": package_parts(
             preview="OFF", ticket=(HERE.parent / "tickets" / "poster-coated.xml").read_text(encoding="utf-8")),
+        # The user asked to see the job first; the preview application decides.
+        "preview.xps": package_parts(preview="ON"),
+        # A 36 x 200 inch banner: longer than the preview's page limit, so its job file is written
+        # from pages enlarged to the medium while the job prints its own bytes.
+        "banner-preview.xps": package_parts(preview="ON", media=("ns0000:Banner36x200in", 914400, 5080000)),
+        # Input bin and rotation left to the printer: its loaded tray or roll decides.
+        "autoselect.xps": package_parts(
+            preview="OFF",
+            features=feature("psk:JobInputBin", "psk:AutoSelect") + feature("ns0000:JobRotate", "ns0000:None")),
     }
     for name, parts in jobs.items():
         target = HERE / name

@@ -1,9 +1,18 @@
 #include "hostpreviewfilter.h"
 
+#include <array>
+
+#include "arssmanager.h"
 #include "hrerror.h"
 #include "moduleobjectcount.h"
+#include "printerattributesettings.h"
+#include "printpreviewmanager.h"
+#include "ptmanager.h"
 #include "raiiowners.h"
+#include "scopedimpersonation.h"
 #include "streamhandler.h"
+#include "ticketpapersourcesettings.h"
+#include "xpsfpkeys.h"
 #include "xpspagesizecorrection.h"
 
 using Microsoft::WRL::ComPtr;
@@ -25,6 +34,34 @@ ComPtr<Stream> RequestStream(Request request, const LogSite& site)
     ComPtr<Stream> stream;
     ThrowIfFailed(object.As(&stream), site);
     return stream;
+}
+
+const wchar_t* PreviewOptionText(EOnOff option)
+{
+    switch (static_cast<std::int32_t>(option)) {
+    case 0:
+        return L"off";
+    case 1:
+        return L"on";
+    default:
+        return L"not available";
+    }
+}
+
+// The job's manager goes with the job, also when the job ends early: a manager left behind would
+// carry its job file and paths into the next job on this thread.
+class PreviewManagerRelease {
+public:
+    PreviewManagerRelease() = default;
+    ~PreviewManagerRelease() { PrintPreviewManager::ReleaseInstance(); }
+    PreviewManagerRelease(const PreviewManagerRelease&) = delete;
+    PreviewManagerRelease& operator=(const PreviewManagerRelease&) = delete;
+};
+
+template <class Value>
+std::int32_t AsInt32(Value value)
+{
+    return static_cast<std::int32_t>(value);
 }
 
 }  // namespace
@@ -121,10 +158,112 @@ BOOL HostPreviewFilter::CorrectXpsPageSize(IXpsOMDocumentSequence* documentSeque
     return correction.Apply(documentSequence) ? TRUE : FALSE;
 }
 
-void HostPreviewFilter::RunJob(IXpsOMObjectFactory*)
+void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory)
 {
     PrimeReadStream(m_reader);
+    PipelinePropertyBagProxy propertyBag(m_propertyBag);
+    const HANDLE userToken = propertyBag.GetUserToken();
+    const ScopedImpersonation asUser(userToken);
+
+    ComPtr<IXpsOMPackage> package;
+    {
+        const ComPtr<IStream> memory = CopyToMemoryStream(m_reader);
+        THROW_IF_FAILED(xpsFactory->CreatePackageFromStream(memory.Get(), TRUE, &package));
+    }
+    ComPtr<IXpsOMDocumentSequence> documentSequence;
+    THROW_IF_FAILED(package->GetDocumentSequence(&documentSequence));
+    bool ticketRead = false;
+    PTSettings settings = PTManager::GetJobTicket(ticketRead, propertyBag, documentSequence.Get());
+
+    PrinterAttributeSettings printerAttributes(propertyBag);
+    PrinterDriverProperties driverProperties(propertyBag, printerAttributes);
+    ApplyPaperSource(settings, driverProperties, propertyBag);
+
+    const PreviewManagerRelease release;
+    PrintPreviewManager& manager = PrintPreviewManager::GetInstance();
+    const EOnOff previewOption = settings.GetPrintPreview();
+    QXLOG_INFO(L"Print Preview option is %s", PreviewOptionText(previewOption));
+    QXLOG_INFO(L"Print Preview option is%s installed", manager.IsPrintPreviewInstalled() ? L"" : L" not");
+    AddPrivacyProperties(settings, propertyBag);
+    // Any option but off takes the preview path, an absent one too; the session itself shows the
+    // application only when the option is on.
+    if (AsInt32(previewOption) != 0 && manager.IsPrintPreviewInstalled()) {
+        RunPreview(package.Get(), documentSequence.Get(), settings, propertyBag, userToken);
+    } else {
+        PassThrough();
+    }
+}
+
+void HostPreviewFilter::ApplyPaperSource(PTSettings& settings, PrinterDriverProperties& driverProperties,
+                                         PipelinePropertyBagProxy& propertyBag)
+{
+    ArssManager arss(propertyBag.GetPrinterName());
+    const TicketPaperSourceSettings paperSourceSettings(settings);
+    if (!arss.CanQueryPaperSources(paperSourceSettings, driverProperties)) {
+        return;
+    }
+    std::int32_t inputBin = AsInt32(settings.GetInputBin());
+    std::int32_t rotation = AsInt32(settings.GetRotation());
+    arss.SelectPaperSource(paperSourceSettings, inputBin, rotation);
+    settings.SetInputBin(static_cast<EInputBin>(inputBin));
+    settings.SetRotation(static_cast<ERotate>(rotation));
+    propertyBag.AddProperty(XPS_FP_INPUTBIN, inputBin);
+    propertyBag.AddProperty(XPS_FP_ROTATION, rotation);
+}
+
+void HostPreviewFilter::AddPrivacyProperties(PTSettings& settings, PipelinePropertyBagProxy& propertyBag)
+{
+    std::array<wchar_t, Settings::kPinCharacters> pin{};
+    settings.GetPin(pin.data(), pin.size());
+    propertyBag.AddProperty(XPS_FP_PIN, std::wstring(pin.data()));
+    propertyBag.AddProperty(XPS_FP_PRIVACYLEVEL, AsInt32(settings.GetPrivacyLevel()));
+}
+
+void HostPreviewFilter::RunPreview(IXpsOMPackage* package, IXpsOMDocumentSequence* documentSequence,
+                                   PTSettings& settings, PipelinePropertyBagProxy& propertyBag, HANDLE userToken)
+{
+    PrintPreviewManager& manager = PrintPreviewManager::GetInstance();
+    if (CorrectXpsPageSize(documentSequence, settings)) {
+        // The preview shows the enlarged pages; the job itself still prints its own bytes.
+        manager.CreatePrnTempFile(package, userToken);
+    } else {
+        THROW_IF_FAILED(m_reader->Seek(0, STREAM_SEEK_SET, nullptr));
+        manager.CreatePrnTempFile(m_reader.Get(), userToken);
+    }
+    const bool accepted = manager.StartPrintPreview(settings, propertyBag);
+    PrintPreviewManager::ReleaseInstance();
+    if (!accepted) {
+        m_writer->Close();
+        THROW_HR(E_ABORT);
+    }
+    PublishAcceptedPreview(settings, propertyBag);
     CopyStream(m_reader, m_writer);
     m_writer->Close();
+    QXLOG_INFO(L"Host Preview Filter - Finishing StartOperation_throws");
+}
+
+void HostPreviewFilter::PublishAcceptedPreview(PTSettings& settings, PipelinePropertyBagProxy& propertyBag)
+{
+    propertyBag.SetProperty(XPS_FP_ROTATION, AsInt32(settings.GetRotation()));
+    propertyBag.AddProperty(XPS_FP_OUTPUTCOLOR, AsInt32(settings.GetOutputColor()));
+    propertyBag.SetProperty(XPS_FP_INPUTBIN, AsInt32(settings.GetInputBin()));
+    propertyBag.AddProperty(XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW, settings.GetSettingsChangedInPrintPreview());
+    const std::uint32_t mode = settings.GetScalingMode();
+    if (mode != Scaling::FitToPaper && mode != Scaling::ScaleByPercentage && mode != Scaling::FitToRollWidth) {
+        return;
+    }
+    const Scaling scaling = settings.GetScaling();
+    propertyBag.AddProperty(XPS_FP_SCALINGMODE, AsInt32(scaling.mode));
+    propertyBag.AddProperty(XPS_FP_FITTOPAPERMEDIASIZEWIDTH, AsInt32(scaling.paperWidth));
+    propertyBag.AddProperty(XPS_FP_FITTOPAPERMEDIASIZEHEIGHT, AsInt32(scaling.paperHeight));
+    propertyBag.AddProperty(XPS_FP_FITTOPAPER, AsInt32(scaling.paperSize));
+    propertyBag.AddProperty(XPS_FP_SCALINGPERCENTAGE, AsInt32(scaling.percentage));
+}
+
+void HostPreviewFilter::PassThrough()
+{
+    CopyStream(m_reader, m_writer);
+    m_writer->Close();
+    PrintPreviewManager::ReleaseInstance();
     QXLOG_INFO(L"Host Preview Filter - Finishing StartOperation_throws without launching Host Preview");
 }

@@ -6,6 +6,8 @@
 #include <xpsobjectmodel.h>
 
 #include "filterliveness.h"
+#include "pipelinepropertybagproxy.h"
+#include "printerdriverproperties.h"
 #include "ptsettings.h"
 #include "unknownbase.h"
 
@@ -33,6 +35,15 @@ private:
     void StartOperation_throws();
     // Everything done with one job between the frame's set-up and its clean-up.
     void RunJob(IXpsOMObjectFactory* xpsFactory);
+    // Lets the printer's loaded paper sources choose input bin and rotation when the ticket leaves
+    // them to the printer, and publishes the choice.
+    static void ApplyPaperSource(PTSettings& settings, PrinterDriverProperties& driverProperties,
+                                 PipelinePropertyBagProxy& propertyBag);
+    static void AddPrivacyProperties(PTSettings& settings, PipelinePropertyBagProxy& propertyBag);
+    void RunPreview(IXpsOMPackage* package, IXpsOMDocumentSequence* documentSequence, PTSettings& settings,
+                    PipelinePropertyBagProxy& propertyBag, HANDLE userToken);
+    static void PublishAcceptedPreview(PTSettings& settings, PipelinePropertyBagProxy& propertyBag);
+    void PassThrough();
 
     Microsoft::WRL::ComPtr<IPrintReadStream> m_reader;
     Microsoft::WRL::ComPtr<IPrintWriteStream> m_writer;
