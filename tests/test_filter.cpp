@@ -1,11 +1,19 @@
 // The filter object driven as the pipeline drives it: initialisation checks, the job frame, the
-// entry-point rule and the report to the pipeline.
+// entry-point rule and the report to the pipeline, and the job run on a simulated printer with the
+// real preview application: every outcome, the values published for the filters that follow, and
+// overlapping jobs of different users.
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <optional>
 #include <new>
 #include <stdexcept>
 #include <thread>
 
 #include <gtest/gtest.h>
 
+#include <platform/simulatedmachine.h>
+#include <xpsobjectmodel.h>
 #include <platform/systemapi.h>
 #include <wrl/client.h>
 
@@ -16,29 +24,88 @@
 #include "pipelinehost/propertybag.h"
 #include "pipelinehost/readstream.h"
 #include "pipelinehost/writestream.h"
+#include "jobcontext.h"
+#include "previewinstall.h"
 #include "testmachine.h"
+#include "textconversion.h"
+#include "tickettext.h"
+#include "xpsbuilder.h"
+#include "xpsfpkeys.h"
 
 using Microsoft::WRL::ComPtr;
 using namespace pipelinehost;
+using platform::DriverPropertyValue;
+using platform::SimulatedMachine;
 using testsupport::LogTail;
+using testsupport::Option;
 
 namespace {
 
-std::vector<BYTE> Job(std::size_t size)
+using DriverBag = std::map<std::wstring, DriverPropertyValue>;
+
+DriverBag FilterDriverBag()
 {
-    std::vector<BYTE> bytes(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<BYTE>((i * 7) ^ (i >> 9));
-    }
-    return bytes;
+    return {
+        {L"Platform", std::wstring(L"Mesa")},
+        {L"PDL", std::wstring(L"PS3")},
+        {L"MaxPrinterWidthInMicrons", LONG{1117600}},
+        {L"EncryptedPinSupported", std::wstring(L"None")},
+        {L"ConnectivityProtocolsSupported", std::wstring(L"USB")},
+        {L"SoftwareUrl", std::wstring(L"https://example.com/qx/software")},
+        {L"IsArssSupported", false},
+        {L"BidiInformation", false},
+        {L"ColorAdjustment", false},
+        {L"PureBlackAndWhiteSupported", false},
+        {L"CanDoCropLinesAndRBAAndAutoRotatePDF", false},
+    };
 }
+
+platform::PrinterDescription FilterPrinter(const std::wstring& name = L"QX Filter Printer")
+{
+    platform::PrinterDescription printer;
+    printer.name = name;
+    printer.port = L"USB001";
+    printer.driverName = L"QX LFP Class Driver";
+    printer.driverFileVersion = 0x0003000000070001ULL;
+    printer.driverPropertyBag = FilterDriverBag();
+    return printer;
+}
+
+// An XPS job of two letter pages whose job ticket carries the given features.
+std::vector<BYTE> Job(const std::wstring& ticketFeatures = L"")
+{
+    testsupport::XpsJobPlan plan = testsupport::XpsJobPlan::Pages(1, 2);
+    plan.jobTicket = WideToUtf8(testsupport::Ticket(ticketFeatures));
+    const std::string bytes = testsupport::BuildXps(plan);
+    return std::vector<BYTE>(bytes.begin(), bytes.end());
+}
+
+// A printer with the user's job queued on it, and the job's context in the pipeline's bag.
+class PrintJob {
+public:
+    explicit PrintJob(const std::wstring& user = L"ana", platform::PrinterDescription printer = FilterPrinter())
+        : context_(std::move(printer)), token_(SimulatedMachine::TokenFor(user))
+    {
+        context_.SetHandle(L"UserSecurityToken", token_);
+    }
+    ~PrintJob() { CloseHandle(token_); }
+    ComPtr<PropertyBag> Bag() { return ComPtr<PropertyBag>(&context_.Bag()); }
+
+    PrintJob(const PrintJob&) = delete;
+    PrintJob& operator=(const PrintJob&) = delete;
+
+private:
+    testsupport::JobContext context_;
+    HANDLE token_;
+};
 
 // One filter with the pipeline's objects around it.
 struct Pipeline {
-    explicit Pipeline(ComPtr<ReadStream> input = ReadStream::FromBytes(Job(10000)))
+    explicit Pipeline(ComPtr<ReadStream> input = ReadStream::FromBytes(Job()),
+                      ComPtr<PropertyBag> jobBag = PropertyBag::Create())
         : reader(std::move(input)),
           writer(WriteStream::ToMemory()),
-          bag(PropertyBag::Create()),
+          bag(std::move(jobBag)),
           control(PipelineControl::Create()),
           communicator(InterFilterCommunicator::Create(reader.Get(), writer.Get()))
     {
@@ -117,37 +184,178 @@ TEST(InitializeFilter, ChecksThatTheStreamsAreThePipelinesStreams)
     }
 }
 
-TEST(StartOperation, PassesTheJobThroughAndReportsOnlyFilterFinished)
+// A machine with three users whose preview applications decide differently, and the build's
+// preview application installed. The users' own environments script the application, so jobs of
+// different users in one process can end differently.
+class JobRun : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        testsupport::TestMachine::Get();
+        platform::UserDescription ana{L"ana", {{L"QXPREVIEW_MODE", L"accept"}}};
+        platform::UserDescription ben{L"ben", {{L"QXPREVIEW_MODE", L"cancel"}}};
+        platform::UserDescription cy{L"cy", {{L"QXPREVIEW_MODE", L"change"}, {L"QXPREVIEW_INPUT_BIN", L"2"},
+                                             {L"QXPREVIEW_SCALING_MODE", L"1"}, {L"QXPREVIEW_SCALING_PERCENTAGE", L"50"}}};
+        SimulatedMachine::Replace({L"", {ana, ben, cy}, {}, {}, {}});
+        testsupport::InstallPreviewApplication(QX_PREVIEWAPP_PATH);
+        for (const char* name : {"QXPREVIEW_MODE", "QXPREVIEW_INPUT_BIN", "QXPREVIEW_SCALING_MODE",
+                                 "QXPREVIEW_SCALING_PERCENTAGE", "QXPREVIEW_REPORT"}) {
+            ::unsetenv(name);
+        }
+    }
+
+    static std::optional<LONG> Published(PropertyBag& bag, const std::wstring& name)
+    {
+        const auto value = bag.Get(name);
+        if (!value || value->Get().vt != VT_I4) {
+            return std::nullopt;
+        }
+        return value->Get().lVal;
+    }
+};
+
+const std::wstring kPreviewOn = Option(L"ns0000:JobPrintPreview", L"ON");
+const std::wstring kPreviewOff = Option(L"ns0000:JobPrintPreview", L"OFF");
+const std::vector<std::wstring> kAcceptedPreviewKeys = {
+    XPS_FP_ROTATION, XPS_FP_OUTPUTCOLOR, XPS_FP_INPUTBIN, XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW};
+const std::vector<std::wstring> kScalingKeys = {XPS_FP_SCALINGMODE, XPS_FP_FITTOPAPERMEDIASIZEWIDTH,
+                                                XPS_FP_FITTOPAPERMEDIASIZEHEIGHT, XPS_FP_FITTOPAPER,
+                                                XPS_FP_SCALINGPERCENTAGE};
+
+TEST_F(JobRun, WithThePreviewOffTheJobPassesThroughByteForByte)
 {
-    Pipeline pipeline;
+    PrintJob job;
+    const std::vector<BYTE> input = Job(kPreviewOff);
+    Pipeline pipeline(ReadStream::FromBytes(input), job.Bag());
     ASSERT_EQ(pipeline.Initialize(), S_OK);
     const LogTail log;
     EXPECT_EQ(pipeline.Start(), S_OK);
-    EXPECT_EQ(pipeline.writer->Bytes(), Job(10000));
+    EXPECT_EQ(pipeline.writer->Bytes(), input);
     EXPECT_TRUE(pipeline.writer->Closed());
     EXPECT_EQ(pipeline.control->Calls(), std::vector<std::string>{"FilterFinished"});
-    EXPECT_TRUE(log.WaitFor(L"[INF] [hostpreviewfilter:HostPreviewFilter::StartOperation:"));
-    EXPECT_TRUE(log.WaitFor(L"Host Preview Filter - Finishing StartOperation"));
+    EXPECT_TRUE(log.WaitFor(L"Print Preview option is off"));
+    EXPECT_TRUE(log.WaitFor(L"Print Preview option is installed"));
+    EXPECT_TRUE(log.WaitFor(L"Host Preview Filter - Finishing StartOperation_throws without launching Host Preview"));
+    EXPECT_EQ(pipeline.bag->Get(XPS_FP_PIN)->Get().vt, VT_BSTR);
+    EXPECT_TRUE(Published(*pipeline.bag.Get(), XPS_FP_PRIVACYLEVEL));
+    for (const auto& key : kAcceptedPreviewKeys) {
+        EXPECT_FALSE(pipeline.bag->Get(key)) << WideToUtf8(key);
+    }
 }
 
-TEST(StartOperation, WaitsForAnInputThatArrivesLate)
+TEST_F(JobRun, AnAcceptedPreviewPrintsTheInputAndPublishesTheUsersChoices)
 {
-    Pipeline pipeline(ReadStream::Gradual());
+    PrintJob job(L"cy");
+    const std::vector<BYTE> input = Job(kPreviewOn + Option(L"psk:JobInputBin", L"Roll1"));
+    Pipeline pipeline(ReadStream::FromBytes(input), job.Bag());
     ASSERT_EQ(pipeline.Initialize(), S_OK);
-    HRESULT hr = E_UNEXPECTED;
-    std::thread job = pipeline.StartWhenInputArrives(hr);
-    const std::vector<BYTE> input = Job(9000);
-    pipeline.reader->Append(input.data(), 5000);
-    pipeline.reader->Append(input.data() + 5000, 4000);
-    pipeline.reader->CloseInput();
-    job.join();
-    EXPECT_EQ(hr, S_OK);
+    const LogTail log;
+    EXPECT_EQ(pipeline.Start(), S_OK);
     EXPECT_EQ(pipeline.writer->Bytes(), input);
+    EXPECT_TRUE(pipeline.writer->Closed());
+    EXPECT_EQ(pipeline.control->Calls(), std::vector<std::string>{"FilterFinished"});
+    EXPECT_TRUE(log.WaitFor(L"Print Preview option is on"));
+    EXPECT_TRUE(log.WaitFor(L"PrintPreview 2.0 launched correctly"));
+    EXPECT_TRUE(log.WaitFor(L"Host Preview Filter - Finishing StartOperation_throws"));
+    PropertyBag& bag = *pipeline.bag.Get();
+    EXPECT_EQ(Published(bag, XPS_FP_INPUTBIN), 2) << "the user chose the tray";
+    EXPECT_EQ(Published(bag, XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW), 1);
+    EXPECT_EQ(Published(bag, XPS_FP_SCALINGMODE), 1);
+    EXPECT_EQ(Published(bag, XPS_FP_SCALINGPERCENTAGE), 50);
+    EXPECT_EQ(Published(bag, XPS_FP_FITTOPAPERMEDIASIZEWIDTH), 0);
+    // Published in the order the following filters expect them.
+    std::vector<std::wstring> expectedOrder = kAcceptedPreviewKeys;
+    expectedOrder.insert(expectedOrder.end(), kScalingKeys.begin(), kScalingKeys.end());
+    const std::vector<std::wstring> names = bag.Names();
+    const auto first = std::find(names.begin(), names.end(), XPS_FP_ROTATION);
+    EXPECT_EQ(std::vector<std::wstring>(first, names.end()), expectedOrder);
 }
 
-TEST(StartOperation, AFailedWriteIsReportedToThePipeline)
+TEST_F(JobRun, ACancelledPreviewClosesTheOutputEmptyAndAbortsTheJob)
 {
-    Pipeline pipeline;
+    PrintJob job(L"ben");
+    Pipeline pipeline(ReadStream::FromBytes(Job(kPreviewOn)), job.Bag());
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+    const LogTail log;
+    EXPECT_EQ(pipeline.Start(), E_ABORT);
+    EXPECT_TRUE(pipeline.writer->Bytes().empty());
+    EXPECT_TRUE(pipeline.writer->Closed());
+    EXPECT_EQ(pipeline.control->Calls(), (std::vector<std::string>{"RequestShutdown(0x80004004)", "FilterFinished"}));
+    EXPECT_TRUE(log.WaitFor(L"Print Preview result: cancel"));
+    EXPECT_TRUE(log.WaitFor(L"[hostpreviewfilter:HostPreviewFilter::StartOperation_throws:"));
+    EXPECT_TRUE(log.WaitFor(L"Exception thrown because of failed hresult -2147467260"));
+    EXPECT_TRUE(log.WaitFor(L"Exception thrown because of failed hresult: -2147467260"));
+    for (const auto& key : kAcceptedPreviewKeys) {
+        EXPECT_FALSE(pipeline.bag->Get(key)) << WideToUtf8(key);
+    }
+}
+
+TEST_F(JobRun, WithoutThePreviewOptionTheSessionShowsNothingAndThePreviewValuesArePublished)
+{
+    PrintJob job(L"ben");
+    const std::vector<BYTE> input = Job();
+    Pipeline pipeline(ReadStream::FromBytes(input), job.Bag());
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+    const LogTail log;
+    EXPECT_EQ(pipeline.Start(), S_OK) << "ben's application would cancel, but it is never started";
+    EXPECT_EQ(pipeline.writer->Bytes(), input);
+    EXPECT_TRUE(log.WaitFor(L"Print Preview option is not available"));
+    EXPECT_EQ(log.Settled().find("launched"), std::string::npos);
+    for (const auto& key : kAcceptedPreviewKeys) {
+        EXPECT_TRUE(pipeline.bag->Get(key)) << WideToUtf8(key);
+    }
+}
+
+TEST_F(JobRun, ARegistryEntryThatNamesNoProgramMeansNotInstalled)
+{
+    testsupport::InstallPreviewFolderOnly();
+    PrintJob job(L"ben");
+    const std::vector<BYTE> input = Job(kPreviewOn);
+    Pipeline pipeline(ReadStream::FromBytes(input), job.Bag());
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+    const LogTail log;
+    EXPECT_EQ(pipeline.Start(), S_OK);
+    EXPECT_EQ(pipeline.writer->Bytes(), input);
+    EXPECT_TRUE(log.WaitFor(L"Print Preview option is not installed"));
+    EXPECT_TRUE(log.WaitFor(L"without launching Host Preview"));
+}
+
+TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
+{
+    const struct {
+        const char* what;
+        std::vector<BYTE> input;
+        bool withToken;
+        HRESULT expected;
+    } rows[] = {
+        {"not an XPS package", std::vector<BYTE>(5000, 'x'), true, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
+        {"no user token", Job(), false, E_FAIL},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        PrintJob job;
+        ComPtr<PropertyBag> bag = job.Bag();
+        if (!row.withToken) {
+            bag->DeleteProperty(L"UserSecurityToken");
+        }
+        Pipeline pipeline(ReadStream::FromBytes(row.input), bag);
+        ASSERT_EQ(pipeline.Initialize(), S_OK);
+        const HRESULT hr = pipeline.Start();
+        EXPECT_TRUE(FAILED(hr));
+        if (row.expected != E_FAIL) {
+            EXPECT_EQ(hr, row.expected);
+        }
+        EXPECT_FALSE(pipeline.writer->Closed());
+        ASSERT_EQ(pipeline.control->Calls().size(), 2u);
+        EXPECT_EQ(pipeline.control->ShutdownReason(), hr);
+        EXPECT_EQ(pipeline.control->Calls().back(), "FilterFinished");
+    }
+}
+
+TEST_F(JobRun, AFailedWriteIsReportedToThePipeline)
+{
+    PrintJob job;
+    Pipeline pipeline(ReadStream::FromBytes(Job(kPreviewOff)), job.Bag());
     pipeline.writer->AcceptAtMost(1000);
     ASSERT_EQ(pipeline.Initialize(), S_OK);
     const LogTail log;
@@ -155,8 +363,92 @@ TEST(StartOperation, AFailedWriteIsReportedToThePipeline)
     EXPECT_EQ(pipeline.control->Calls(), (std::vector<std::string>{"RequestShutdown(0x80004005)", "FilterFinished"}));
     EXPECT_FALSE(pipeline.writer->Closed());
     EXPECT_TRUE(log.WaitFor(L"Message: Not all writes written"));
-    EXPECT_TRUE(log.WaitFor(L"[ERR] [hostpreviewfilter:HostPreviewFilter::StartOperation:"));
     EXPECT_TRUE(log.WaitFor(L"Exception thrown because of failed hresult: -2147467259"));
+}
+
+TEST_F(JobRun, WaitsForAnInputThatArrivesLate)
+{
+    PrintJob job;
+    Pipeline pipeline(ReadStream::Gradual(), job.Bag());
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+    HRESULT hr = E_UNEXPECTED;
+    std::thread running = pipeline.StartWhenInputArrives(hr);
+    const std::vector<BYTE> input = Job(kPreviewOff);
+    pipeline.reader->Append(input.data(), 1000);
+    pipeline.reader->Append(input.data() + 1000, input.size() - 1000);
+    pipeline.reader->CloseInput();
+    running.join();
+    EXPECT_EQ(hr, S_OK);
+    EXPECT_EQ(pipeline.writer->Bytes(), input);
+}
+
+TEST_F(JobRun, ShutdownDuringAPreviewLeavesTheVerdictToTheApplication)
+{
+    PrintJob job(L"ben");
+    Pipeline pipeline(ReadStream::Gradual(), job.Bag());
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+    HRESULT hr = S_OK;
+    std::thread running = pipeline.StartWhenInputArrives(hr);
+    EXPECT_EQ(pipeline.filter->ShutdownOperation(), S_OK);
+    EXPECT_EQ(pipeline.filter->Liveness()->Continue(), HRESULT_FROM_WIN32(ERROR_PRINT_CANCELLED));
+    const std::vector<BYTE> input = Job(kPreviewOn);
+    pipeline.reader->Append(input.data(), input.size());
+    pipeline.reader->CloseInput();
+    running.join();
+    EXPECT_EQ(hr, E_ABORT) << "the application cancelled, not the shutdown";
+}
+
+// Sixteen jobs of three users at once in one process: each ends as its own user decided, with its
+// own values, and no job's end disturbs another's session.
+TEST_F(JobRun, OverlappingJobsOfDifferentUsersKeepTheirOwnSessions)
+{
+    constexpr std::size_t kJobs = 16;
+    const std::wstring users[] = {L"ana", L"ben", L"cy", L"ana"};
+    const std::wstring tickets[] = {kPreviewOn, kPreviewOn, kPreviewOn, kPreviewOff};
+    std::vector<std::unique_ptr<PrintJob>> jobs;
+    std::vector<std::unique_ptr<Pipeline>> pipelines;
+    std::vector<std::vector<BYTE>> inputs;
+    for (std::size_t i = 0; i < kJobs; ++i) {
+        jobs.push_back(std::make_unique<PrintJob>(users[i % 4], FilterPrinter(L"QX Filter Printer " + std::to_wstring(i))));
+        inputs.push_back(Job(tickets[i % 4]));
+        pipelines.push_back(std::make_unique<Pipeline>(ReadStream::FromBytes(inputs.back()), jobs.back()->Bag()));
+        ASSERT_EQ(pipelines.back()->Initialize(), S_OK);
+    }
+    std::vector<HRESULT> results(kJobs, E_UNEXPECTED);
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < kJobs; ++i) {
+        threads.emplace_back([&, i] { results[i] = pipelines[i]->filter->StartOperation(); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < kJobs; ++i) {
+        SCOPED_TRACE("job " + std::to_string(i));
+        PropertyBag& bag = *pipelines[i]->bag.Get();
+        switch (i % 4) {
+        case 1:
+            EXPECT_EQ(results[i], E_ABORT);
+            EXPECT_TRUE(pipelines[i]->writer->Bytes().empty());
+            break;
+        case 2:
+            EXPECT_EQ(results[i], S_OK);
+            EXPECT_EQ(pipelines[i]->writer->Bytes(), inputs[i]);
+            EXPECT_EQ(Published(bag, XPS_FP_INPUTBIN), 2);
+            EXPECT_EQ(Published(bag, XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW), 1);
+            break;
+        case 0:
+            EXPECT_EQ(results[i], S_OK);
+            EXPECT_EQ(pipelines[i]->writer->Bytes(), inputs[i]);
+            EXPECT_EQ(Published(bag, XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW), 0);
+            break;
+        default:
+            EXPECT_EQ(results[i], S_OK);
+            EXPECT_EQ(pipelines[i]->writer->Bytes(), inputs[i]);
+            EXPECT_FALSE(bag.Get(XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW));
+            break;
+        }
+        EXPECT_TRUE(pipelines[i]->writer->Closed());
+    }
 }
 
 TEST(StartOperation, AnXpsFactoryThatCannotBeCreatedEndsTheJobAndLeavesTheApartment)
@@ -182,21 +474,6 @@ TEST(StartOperation, AnXpsFactoryThatCannotBeCreatedEndsTheJobAndLeavesTheApartm
     EXPECT_EQ(apartmentAfter, S_OK);
     EXPECT_EQ(pipeline.control->Calls(), (std::vector<std::string>{"RequestShutdown(0x80040154)", "FilterFinished"}));
     EXPECT_TRUE(pipeline.writer->Bytes().empty());
-}
-
-TEST(ShutdownOperation, InterruptsNothing)
-{
-    Pipeline pipeline(ReadStream::Gradual());
-    ASSERT_EQ(pipeline.Initialize(), S_OK);
-    HRESULT hr = E_UNEXPECTED;
-    std::thread job = pipeline.StartWhenInputArrives(hr);
-    EXPECT_EQ(pipeline.filter->ShutdownOperation(), S_OK);
-    EXPECT_EQ(pipeline.filter->Liveness()->Continue(), HRESULT_FROM_WIN32(ERROR_PRINT_CANCELLED));
-    pipeline.reader->Append("late", 4);
-    pipeline.reader->CloseInput();
-    job.join();
-    EXPECT_EQ(hr, S_OK) << "the job goes on to its end";
-    EXPECT_EQ(pipeline.writer->Bytes().size(), 4u);
 }
 
 // The entry-point rule, one row per kind of exception.

@@ -6,11 +6,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <random>
 #include <map>
 #include <sstream>
 #include <string>
@@ -663,14 +663,10 @@ ProcessResult RunHost(const std::vector<std::string>& arguments, const TempFolde
     return result;
 }
 
-std::string RandomBytes(std::size_t count)
+// A bundled sample job: a real package, which the filter reads before it hands the bytes on.
+fs::path SampleJob(const std::string& name)
 {
-    std::mt19937 random(20260101);
-    std::string bytes(count, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random());
-    }
-    return bytes;
+    return fs::path(QX_DEFAULT_MACHINE).parent_path().parent_path() / "jobs" / name;
 }
 
 class PipelineHostProgram : public testing::TestWithParam<bool> {};
@@ -679,11 +675,11 @@ TEST_P(PipelineHostProgram, PassesTheJobThroughTheModuleUnchanged)
 {
     TempFolder folder;
     fs::create_directories(folder / "machine");
-    const std::string input = RandomBytes(300 * 1024 + 17);
+    const std::string input = ReadFile(SampleJob("poster-coated.xps"));
     WriteFile(folder / "job.bin", input);
     std::vector<std::string> arguments{"--input", (folder / "job.bin").string(), "--output",
                                        (folder / "out.bin").string(), "--root", (folder / "machine").string(),
-                                       "--property", "PrintJobId=i4:7"};
+                                       "--machine", QX_DEFAULT_MACHINE, "--property", "PrintJobId=i4:7"};
     if (GetParam()) {
         arguments.push_back("--gradual");
     }
@@ -786,9 +782,8 @@ TEST_P(PipelineHostOnTheBundledMachine, GivesTheJobItsContext)
     const MachineJob& expected = GetParam();
     TempFolder folder;
     fs::create_directories(folder / "machine");
-    std::vector<std::string> arguments{"--input",  (folder / "job.bin").string(), "--root", (folder / "machine").string(),
-                                       "--machine", QX_DEFAULT_MACHINE};
-    WriteFile(folder / "job.bin", RandomBytes(5000));
+    std::vector<std::string> arguments{"--input", SampleJob("sample.xps").string(), "--root",
+                                       (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE};
     arguments.insert(arguments.end(), expected.choice.begin(), expected.choice.end());
     const ProcessResult run = RunHost(arguments, folder);
 
@@ -875,6 +870,187 @@ TEST(PipelineHostProgramErrors, ARefusedMachineStopsTheRunWithTheLoadersLine)
                            ": /printers/0/driverPropertyBag/CanDoCopies/value: expected true or false for type "
                            "\"bool\", found the string \"yes\"\n");
     EXPECT_FALSE(fs::exists(folder / "out.bin")) << "nothing ran";
+}
+
+// ---- many jobs in one host process
+
+// The lines of a report that begin with the prefix, in order.
+std::vector<std::string> LinesStartingWith(const std::string& report, const std::string& prefix)
+{
+    std::vector<std::string> lines;
+    std::istringstream text(report);
+    for (std::string line; std::getline(text, line);) {
+        if (line.rfind(prefix, 0) == 0) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+std::string PassThroughLine(int job, const std::string& name, std::uintmax_t bytes)
+{
+    return "job " + std::to_string(job) + ": " + name + ": StartOperation 0x00000000 S_OK, RequestShutdown no, " +
+           "FilterFinished yes, output " + std::to_string(bytes) + " bytes, equal";
+}
+
+// Temporary outputs go where TMPDIR says while the test runs, so that a test can see them all go.
+class TemporaryFolderVariable {
+public:
+    explicit TemporaryFolderVariable(const fs::path& folder)
+    {
+        if (const char* old = std::getenv("TMPDIR")) {
+            old_ = old;
+        }
+        ::setenv("TMPDIR", folder.c_str(), 1);
+    }
+    ~TemporaryFolderVariable()
+    {
+        if (old_.empty()) {
+            ::unsetenv("TMPDIR");
+        } else {
+            ::setenv("TMPDIR", old_.c_str(), 1);
+        }
+    }
+
+private:
+    std::string old_;
+};
+
+TEST(PipelineHostManyJobs, RepeatedJobOnTwoThreadsGivesALineEachInOrderAndTheTotals)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "machine");
+    fs::create_directories(folder / "tmp");
+    const auto size = fs::file_size(SampleJob("sample.xps"));
+    const TemporaryFolderVariable temporary(folder / "tmp");
+    const ProcessResult run = RunHost({"--input", SampleJob("sample.xps").string(), "--repeat", "3", "--threads", "2",
+                                       "--root", (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE},
+                                      folder);
+
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out.rfind("Pipeline host, 3 jobs on 2 threads\n", 0), 0u) << run.out;
+    EXPECT_EQ(LinesStartingWith(run.out, "job "),
+              (std::vector<std::string>{PassThroughLine(1, "sample.xps", size), PassThroughLine(2, "sample.xps", size),
+                                        PassThroughLine(3, "sample.xps", size)}))
+        << run.out;
+    EXPECT_NE(run.out.find("\nSummary\n  jobs      3\n  succeeded 3\n  failed    0\n"
+                           "  equal     3 outputs equal to their input\n"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("\n  unload    DllCanUnloadNow after release: 0x00000000 (0, S_OK), module unloaded\n"),
+              std::string::npos)
+        << run.out;
+    EXPECT_EQ(run.out.find("Pipeline calls, in order"), std::string::npos) << "no full report for many jobs";
+    EXPECT_TRUE(fs::is_empty(folder / "tmp")) << "every job's temporary output is removed";
+}
+
+TEST(PipelineHostManyJobs, InputFolderRunsEveryRegularFileInNameOrder)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "machine");
+    fs::create_directories(folder / "jobs/a-folder");
+    fs::copy_file(SampleJob("sample.xps"), folder / "jobs/b-sample.xps");
+    fs::copy_file(SampleJob("poster-coated.xps"), folder / "jobs/a-poster.xps");
+    const ProcessResult run = RunHost({"--input-folder", (folder / "jobs").string(), "--root",
+                                       (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE},
+                                      folder);
+
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_EQ(LinesStartingWith(run.out, "job "),
+              (std::vector<std::string>{PassThroughLine(1, "a-poster.xps", fs::file_size(folder / "jobs/a-poster.xps")),
+                                        PassThroughLine(2, "b-sample.xps", fs::file_size(folder / "jobs/b-sample.xps"))}))
+        << run.out;
+    EXPECT_NE(run.out.find("\n  jobs      2\n  succeeded 2\n"), std::string::npos) << run.out;
+}
+
+TEST(PipelineHostManyJobs, AFolderOfOneFileIsASingleJobWithTheFullReport)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "machine");
+    fs::create_directories(folder / "jobs");
+    fs::copy_file(SampleJob("sample.xps"), folder / "jobs/only.xps");
+    const ProcessResult run = RunHost({"--input-folder", (folder / "jobs").string(), "--root",
+                                       (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE},
+                                      folder);
+
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_EQ(run.out.rfind("Pipeline host\n", 0), 0u) << run.out;
+    EXPECT_NE(run.out.find("\n  input     " + (folder / "jobs/only.xps").string() + "\n"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("equal     yes, byte for byte"), std::string::npos) << run.out;
+    EXPECT_TRUE(LinesStartingWith(run.out, "job ").empty()) << run.out;
+}
+
+TEST(PipelineHostDriverLog, LogLevelIsWrittenBeforeTheModuleLoadsAndTheLogFileIsNamed)
+{
+    const struct {
+        const char* level;
+        const char* configuration;
+        bool logFile;      // the log starts, and makes its file, at any level but off
+        bool constructor;  // the filter's informational records are kept
+    } rows[] = {
+        {"info", "0\n", true, true},
+        {"error", "3\n", true, false},
+        {"off", "off\n", false, false},
+    };
+    for (const auto& row : rows) {
+        TempFolder folder;
+        fs::create_directories(folder / "machine");
+        const ProcessResult run =
+            RunHost({"--input", SampleJob("sample.xps").string(), "--root", (folder / "machine").string(), "--machine",
+                     QX_DEFAULT_MACHINE, "--log-level", row.level},
+                    folder);
+
+        EXPECT_EQ(run.exitCode, 0) << row.level << ": " << run.out << run.err;
+        const fs::path logFolder = folder / "machine/C/QX Inc/Calvost";
+        EXPECT_EQ(ReadFile(logFolder / "qxdrvlog.cfg"), row.configuration) << row.level;
+        const std::string named = "\nDriver log\n  file      " + (logFolder / "qxdrvlog.log").string() + "\n";
+        EXPECT_EQ(fs::exists(logFolder / "qxdrvlog.log"), row.logFile) << row.level;
+        EXPECT_EQ(run.out.find(named) != std::string::npos, row.logFile) << run.out;
+        EXPECT_EQ(ReadFile(logFolder / "qxdrvlog.log").find("Host Preview Filter - Calling Constructor") !=
+                      std::string::npos,
+                  row.constructor)
+            << row.level;
+    }
+}
+
+TEST(PipelineHostProgramErrors, BadScaleAndModeOptionsGiveExitCode2AndOneLine)
+{
+    TempFolder folder;
+    WriteFile(folder / "job.bin", "x");
+    fs::create_directories(folder / "empty");
+    const std::string job = (folder / "job.bin").string();
+    const struct {
+        std::vector<std::string> arguments;
+        std::string line;
+    } rows[] = {
+        {{"--input", job, "--preview", "bogus"},
+         "--preview wants one of accept, change, cancel, exit, crash, garbage, short, silent, interactive, not "
+         "'bogus' (see --help)"},
+        {{"--input", job, "--log-level", "verbose"},
+         "--log-level wants one of info, warning, exception, error, performance, off, not 'verbose' (see --help)"},
+        {{"--input", job, "--repeat", "0"}, "--repeat wants a number from 1 to 1000000, not '0' (see --help)"},
+        {{"--input", job, "--threads", "-2"}, "--threads wants a number from 1 to 64, not '-2' (see --help)"},
+        {{"--input", job, "--threads", "2", "--threads", "3"}, "--threads given twice (see --help)"},
+        {{"--input", job, "--input-folder", folder.Path().string()},
+         "--input and --input-folder exclude each other (see --help)"},
+        {{"--input", job, "--repeat", "2", "--output", (folder / "out.bin").string()},
+         "--output goes with a single job; with --repeat or --input-folder outputs are temporary (see --help)"},
+        {{"--machine", QX_DEFAULT_MACHINE, "--show-driver", "--threads", "2"},
+         "--show-driver and --show-ticket run no job: no --repeat, --threads or --input-folder (see --help)"},
+        {{"--input-folder", (folder / "empty").string()}, "the input folder " + (folder / "empty").string() +
+                                                               " holds no file"},
+        {{"--input-folder", (folder / "missing").string()},
+         "cannot list the input folder " + (folder / "missing").string() + ": No such file or directory"},
+        {{"--input", (folder / "missing.xps").string(), "--repeat", "2"},
+         "cannot read the input: " + (folder / "missing.xps").string() + ": No such file or directory"},
+    };
+    for (const auto& row : rows) {
+        const ProcessResult run = RunHost(row.arguments, folder);
+        EXPECT_EQ(run.exitCode, 2) << row.line;
+        EXPECT_EQ(run.out, "") << row.line;
+        EXPECT_EQ(run.err, "qxpipelinehost: " + row.line + "\n");
+    }
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "jobcontext.h"
 #include "pipelinehost/readstream.h"
 #include "pipelinepropertybagproxy.h"
+#include "previewinstall.h"
 #include "printerattributesettings.h"
 #include "printerdriverproperties.h"
 #include "printpreviewmanager.h"
@@ -45,8 +46,6 @@ using testsupport::Ticket;
 namespace {
 
 const wchar_t kPrinterName[] = L"QX Session Printer";
-const wchar_t kPreviewFolder[] = L"C:\\Program Files\\QX Preview Two\\";
-const wchar_t kPreviewFile[] = L"Print Preview.exe";
 const wchar_t kUser[] = L"ana";
 constexpr std::int32_t kMaxWidth = 1117600;
 
@@ -153,7 +152,7 @@ protected:
         ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
         testsupport::TestMachine::Get();
         SimulatedMachine::Replace({L"", {{kUser}}, {}, {}, {}});
-        InstallPreview();
+        testsupport::InstallPreviewApplication(QX_PREVIEWAPP_PATH);
         report_ = testsupport::TestMachine::Get().Root() / "preview-report.json";
         fs::remove(report_);
         for (const char* name : {"QXPREVIEW_MODE", "QXPREVIEW_EXIT_CODE", "QXPREVIEW_INPUT_BIN", "QXPREVIEW_ROTATION",
@@ -170,19 +169,6 @@ protected:
         EXPECT_TRUE(FilesIn(UserTempFolder()).empty()) << "a session leaves nothing in the user's temporary folder";
         ::unsetenv("QXPREVIEW_REPORT");
         CoUninitialize();
-    }
-
-    static void InstallPreview()
-    {
-        const std::wstring key = PrintPreviewManager::kRegistryKey;
-        SimulatedMachine::SetRegistryValue(RegistryHive::LocalMachine(), key, L"PPExecPath",
-                                           RegistryData::String(kPreviewFolder));
-        SimulatedMachine::SetRegistryValue(RegistryHive::LocalMachine(), key, L"PPExecFile",
-                                           RegistryData::String(kPreviewFile));
-        const fs::path program = Host(std::wstring(kPreviewFolder) + kPreviewFile);
-        fs::create_directories(program.parent_path());
-        fs::remove(program);
-        fs::create_symlink(QX_PREVIEWAPP_PATH, program);
     }
 
     static void Mode(const char* mode) { ::setenv("QXPREVIEW_MODE", mode, 1); }
@@ -351,7 +337,7 @@ TEST_F(PreviewSession, AMissingValueNamesItInTheLog)
 {
     SimulatedMachine::DeleteRegistryKey(RegistryHive::LocalMachine(), PrintPreviewManager::kRegistryKey);
     SimulatedMachine::SetRegistryValue(RegistryHive::LocalMachine(), PrintPreviewManager::kRegistryKey, L"PPExecPath",
-                                       RegistryData::String(kPreviewFolder));
+                                       RegistryData::String(testsupport::kPreviewFolder));
     const LogTail log;
     EXPECT_EQ(PrintPreviewManager::GetPrintPreviewInstallationPath(), L"");
     EXPECT_TRUE(log.WaitFor(L"Error 2 query registry key PPExecFile"));

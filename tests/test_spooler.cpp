@@ -905,7 +905,7 @@ std::vector<Refused> RefusedFiles()
         {"not an object", "[]", "(document)", "expected a machine description (an object), found an array"},
         {"unknown top-level field", R"({"printer": []})", "/printer",
          "unknown field in a machine description (known fields: \"comment\", \"computerName\", \"users\", "
-         "\"printers\", \"jobs\", \"files\", \"registry\")"},
+         "\"printers\", \"jobs\", \"files\", \"programs\", \"registry\")"},
         {"unknown bag type", WithBag(R"("CanDoCopies": {"type": "float", "value": 1.0})"),
          "/printers/0/driverPropertyBag/CanDoCopies/type",
          "unknown type \"float\" (known types: \"string\", \"int32\", \"bool\")"},

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include <filterpipeline.h>
 #include <wrl/client.h>
@@ -90,21 +91,26 @@ void ShutDownUnlessFinished(IPrintPipelineFilter& filter, FilterActivity& activi
     calls.Record("filter.ShutdownOperation returned " + HresultShort(result.shutdownResult));
 }
 
+// The step whose HRESULT decides the run: the first that failed, else StartOperation.
+std::pair<const char*, HRESULT> DecidingStep(const FilterRunResult& run)
+{
+    if (FAILED(run.classObject)) {
+        return {"DllGetClassObject", run.classObject};
+    }
+    if (FAILED(run.createInstance)) {
+        return {"CreateInstance", run.createInstance};
+    }
+    if (run.initialize && FAILED(*run.initialize)) {
+        return {"InitializeFilter", *run.initialize};
+    }
+    return {"StartOperation", run.start.value_or(E_UNEXPECTED)};
+}
+
 }  // namespace
 
-HRESULT FilterRunResult::Outcome() const
-{
-    if (FAILED(classObject)) {
-        return classObject;
-    }
-    if (FAILED(createInstance)) {
-        return createInstance;
-    }
-    if (initialize && FAILED(*initialize)) {
-        return *initialize;
-    }
-    return start.value_or(E_UNEXPECTED);
-}
+HRESULT FilterRunResult::Outcome() const { return DecidingStep(*this).second; }
+
+const char* FilterRunResult::OutcomeStep() const { return DecidingStep(*this).first; }
 
 FilterRunResult RunFilter(const FilterModule& module, const JobPipeline& pipeline,
                           std::optional<unsigned> shutdownAfterMs)

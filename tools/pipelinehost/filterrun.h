@@ -32,6 +32,8 @@ struct FilterRunResult {
 
     // The outcome that decides the host's exit status: StartOperation's, or the step that failed before it.
     HRESULT Outcome() const;
+    // The step Outcome comes from: "StartOperation", or the one before it that failed.
+    const char* OutcomeStep() const;
 };
 
 FilterRunResult RunFilter(const FilterModule& module, const JobPipeline& pipeline,

@@ -1,15 +1,22 @@
 #include "pipelinehost/hostoptions.h"
 
+#include <cctype>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 
 #include <platform/text.h>
 
+#include "pipelinehost/driverlogfolder.h"
+#include "pipelinehost/previewmode.h"
+
 namespace pipelinehost {
 namespace {
 
 constexpr unsigned kLongestShutdownDelayMs = 24u * 60u * 60u * 1000u;
+constexpr unsigned kMostRepeats = 1000000;
+// Beyond this the jobs only queue for the two or four cores a workstation has.
+constexpr unsigned kMostThreads = 64;
 
 // "NAME=i4:123" or "NAME=bstr:text".
 PropertyOption ParseProperty(const std::string& text)
@@ -60,6 +67,21 @@ unsigned ParseMilliseconds(const std::string& text)
     return static_cast<unsigned>(number);
 }
 
+void SetCountOnce(std::optional<unsigned>& target, const std::string& option, const std::string& text, unsigned most)
+{
+    if (target) {
+        throw UsageError(option + " given twice");
+    }
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long number = std::strtoul(text.c_str(), &end, 10);
+    if (text.empty() || !std::isdigit(static_cast<unsigned char>(text[0])) || *end != '\0' || errno == ERANGE ||
+        number == 0 || number > most) {
+        throw UsageError(option + " wants a number from 1 to " + std::to_string(most) + ", not '" + text + "'");
+    }
+    target = static_cast<unsigned>(number);
+}
+
 void SetOnce(std::string& target, const std::string& option, const std::string& value)
 {
     if (!target.empty()) {
@@ -71,11 +93,53 @@ void SetOnce(std::string& target, const std::string& option, const std::string& 
     target = value;
 }
 
+// A choice among fixed words: the word, or a usage error that lists them.
+void SetChoiceOnce(std::string& target, const std::string& option, const std::string& value, bool known,
+                   const std::string& choices)
+{
+    SetOnce(target, option, value);
+    if (!known) {
+        throw UsageError(option + " wants one of " + choices + ", not '" + value + "'");
+    }
+}
+
+void CheckCombinations(const HostOptions& options)
+{
+    const bool manyJobs = !options.inputFolder.empty() || options.repeat > 1;
+    if (!options.input.empty() && !options.inputFolder.empty()) {
+        throw UsageError("--input and --input-folder exclude each other");
+    }
+    if ((options.showDriver || options.showTicket) && (manyJobs || options.threads > 1)) {
+        throw UsageError("--show-driver and --show-ticket run no job: no --repeat, --threads or --input-folder");
+    }
+    if (!options.output.empty() && manyJobs) {
+        throw UsageError("--output goes with a single job; with --repeat or --input-folder outputs are temporary");
+    }
+    if (options.showDriver && options.machine.empty()) {
+        throw UsageError("--show-driver needs --machine FILE");
+    }
+    if (options.showTicket && options.machine.empty()) {
+        throw UsageError("--show-ticket needs --machine FILE");
+    }
+    if (!options.ticket.empty() && (!options.showTicket || !options.input.empty())) {
+        throw UsageError("--ticket FILE goes with --show-ticket, instead of --input");
+    }
+    if (!options.help && !options.showDriver && options.ticket.empty() && options.input.empty() &&
+        options.inputFolder.empty()) {
+        throw UsageError("--input FILE (or --input-folder DIR) is required");
+    }
+    if (options.machine.empty() && (!options.printer.empty() || options.job)) {
+        throw UsageError(std::string(options.job ? "--job" : "--printer") + " needs --machine FILE");
+    }
+}
+
 }  // namespace
 
 HostOptions ParseHostOptions(int argc, const char* const* argv)
 {
     HostOptions options;
+    std::optional<unsigned> repeat;
+    std::optional<unsigned> threads;
     for (int i = 1; i < argc; ++i) {
         std::string option = argv[i];
         std::optional<std::string> inlineValue;
@@ -113,6 +177,19 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
             SetOnce(options.ticket, option, value());
         } else if (option == "--input") {
             SetOnce(options.input, option, value());
+        } else if (option == "--input-folder") {
+            SetOnce(options.inputFolder, option, value());
+        } else if (option == "--repeat") {
+            SetCountOnce(repeat, option, value(), kMostRepeats);
+        } else if (option == "--threads") {
+            SetCountOnce(threads, option, value(), kMostThreads);
+        } else if (option == "--preview") {
+            const std::string mode = value();
+            SetChoiceOnce(options.preview, option, mode, IsPreviewMode(mode), PreviewModeList());
+        } else if (option == "--log-level") {
+            const std::string level = value();
+            SetChoiceOnce(options.logLevel, option, level, DriverLogFolder::ConfigurationFor(level).has_value(),
+                          DriverLogFolder::LevelList());
         } else if (option == "--output") {
             SetOnce(options.output, option, value());
         } else if (option == "--module") {
@@ -139,27 +216,16 @@ HostOptions ParseHostOptions(int argc, const char* const* argv)
             throw UsageError("unknown argument '" + option + "'");
         }
     }
-    if (options.showDriver && options.machine.empty()) {
-        throw UsageError("--show-driver needs --machine FILE");
-    }
-    if (options.showTicket && options.machine.empty()) {
-        throw UsageError("--show-ticket needs --machine FILE");
-    }
-    if (!options.ticket.empty() && (!options.showTicket || !options.input.empty())) {
-        throw UsageError("--ticket FILE goes with --show-ticket, instead of --input");
-    }
-    if (!options.help && !options.showDriver && options.ticket.empty() && options.input.empty()) {
-        throw UsageError("--input FILE is required");
-    }
-    if (options.machine.empty() && (!options.printer.empty() || options.job)) {
-        throw UsageError(std::string(options.job ? "--job" : "--printer") + " needs --machine FILE");
-    }
+    options.repeat = repeat.value_or(1);
+    options.threads = threads.value_or(1);
+    CheckCombinations(options);
     return options;
 }
 
 std::string HostUsage()
 {
     return "usage: qxpipelinehost --input FILE [options]\n"
+           "       qxpipelinehost (--input FILE | --input-folder DIR) [--repeat N] [--threads T] [options]\n"
            "       qxpipelinehost --machine FILE [--printer NAME] --show-driver\n"
            "       qxpipelinehost --machine FILE [--printer NAME] --show-ticket (--input FILE | --ticket FILE)\n"
            "\n"
@@ -168,6 +234,13 @@ std::string HostUsage()
            "HRESULT, the calls the filter made, the property bag and the output.\n"
            "\n"
            "  --input FILE            the job's bytes (an XPS package), required\n"
+           "  --input-folder DIR      every regular file in DIR is a job, in name order (instead of\n"
+           "                          --input)\n"
+           "  --repeat N              run each job N times (default 1)\n"
+           "  --threads T             run the jobs on T threads of this process (default 1); the\n"
+           "                          module is loaded once, every job has its own filter, bag,\n"
+           "                          streams and temporary output. More than one job prints one\n"
+           "                          line per job and a summary instead of the full report\n"
            "  --output FILE           where the filter's output goes (default: a temporary file,\n"
            "                          removed after the run)\n"
            "  --module PATH           the filter module (default: libqxiprev.so beside this program)\n"
@@ -192,10 +265,16 @@ std::string HostUsage()
            "                          that reads wait as behind a real previous filter\n"
            "  --shutdown-after MS     call ShutdownOperation from another thread after MS\n"
            "                          milliseconds if the filter is still running\n"
+           "  --preview MODE          how the preview application behaves (QXPREVIEW_MODE): accept,\n"
+           "                          change, cancel, exit, crash, garbage, short, silent or\n"
+           "                          interactive (default: the environment's, else accept)\n"
+           "  --log-level LEVEL       turn the driver log on before the module loads: info, warning,\n"
+           "                          exception, error, performance or off, written to qxdrvlog.cfg\n"
+           "                          in C:\\QX Inc\\Calvost on the machine\n"
            "  --help                  this text\n"
            "\n"
-           "Exit status: 0 StartOperation succeeded, 1 the filter failed, 2 usage error, unreadable\n"
-           "file, refused machine description, or module that cannot be loaded.\n";
+           "Exit status: 0 StartOperation succeeded (for every job), 1 the filter failed (for any job),\n"
+           "2 usage error, unreadable file, refused machine description, or module that cannot be loaded.\n";
 }
 
 }  // namespace pipelinehost

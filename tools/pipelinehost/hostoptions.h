@@ -18,6 +18,9 @@ struct PropertyOption {
 struct HostOptions {
     bool help = false;
     std::string input;
+    std::string inputFolder;  // every regular file in it is a job, in name order, instead of input
+    unsigned repeat = 1;      // each input runs this many times
+    unsigned threads = 1;     // jobs run side by side on this many threads of one process
     std::string output;   // empty: a temporary file, removed after the run
     std::string module;   // empty: the filter module beside the host
     std::string root;     // empty: $QX_MACHINE_ROOT, or the platform's default
@@ -30,6 +33,8 @@ struct HostOptions {
     bool showTicket = false;  // print the settings of the job's (or the --ticket file's) ticket instead
     std::string ticket;       // a bare print ticket file for showTicket
     std::optional<unsigned> shutdownAfterMs;
+    std::string preview;   // QXPREVIEW_MODE for the jobs; empty: the environment's, else "accept"
+    std::string logLevel;  // the driver log's level; empty: its configuration stays as it is
 };
 
 class UsageError : public std::runtime_error {

@@ -1,5 +1,5 @@
-// qxpipelinehost: runs the filter module for one job as the print filter pipeline would, and
-// reports what the filter did.
+// qxpipelinehost: runs the filter module for a job, or for many jobs side by side, as the print
+// filter pipeline would, and reports what the filter did.
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -14,15 +14,19 @@
 #include <platform/machinedescription.h>
 #include <wrl/client.h>
 
+#include "pipelinehost/batchreport.h"
+#include "pipelinehost/batchrunner.h"
+#include "pipelinehost/comapartment.h"
+#include "pipelinehost/driverlogfolder.h"
 #include "pipelinehost/driverreport.h"
 #include "pipelinehost/filtermodule.h"
-#include "pipelinehost/filterrun.h"
-#include "pipelinehost/gradualfeeder.h"
 #include "pipelinehost/hostoptions.h"
 #include "pipelinehost/jobcontext.h"
-#include "pipelinehost/jobpipeline.h"
-#include "pipelinehost/outputfile.h"
+#include "pipelinehost/jobinputs.h"
+#include "pipelinehost/jobrun.h"
+#include "pipelinehost/previewmode.h"
 #include "pipelinehost/runreport.h"
+#include "pipelinehost/setuperror.h"
 #include "pipelinehost/ticketreport.h"
 
 namespace {
@@ -33,29 +37,6 @@ using Microsoft::WRL::ComPtr;
 constexpr int kSucceeded = 0;
 constexpr int kFilterFailed = 1;
 constexpr int kCannotRun = 2;
-
-// A problem with what the host was given, before any filter code ran.
-class SetupError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// The host's own thread in the multithreaded apartment, for as long as it holds COM objects.
-class ComApartment {
-public:
-    ComApartment() : hr_(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
-    ~ComApartment()
-    {
-        if (SUCCEEDED(hr_)) {
-            CoUninitialize();
-        }
-    }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-
-private:
-    HRESULT hr_;
-};
 
 void UseMachineRoot(const std::string& root)
 {
@@ -72,16 +53,6 @@ void UseMachineRoot(const std::string& root)
     std::free(absolute);
 }
 
-template <class Make>
-auto OrSetupError(const std::string& what, Make make)
-{
-    try {
-        return make();
-    } catch (const std::exception& error) {
-        throw SetupError(what + ": " + error.what());
-    }
-}
-
 // The job's context on the machine the description declares. A refused description ends the run
 // with the loader's own message, before the input or the module is touched.
 std::unique_ptr<JobContext> LoadJobContext(const HostOptions& options)
@@ -95,6 +66,40 @@ std::unique_ptr<JobContext> LoadJobContext(const HostOptions& options)
     } catch (const std::exception& error) {
         throw SetupError("cannot set up the job on " + options.machine + ": " + error.what());
     }
+}
+
+// The module reads its log configuration when its first filter starts logging, so the level is
+// written before the module is loaded.
+void ConfigureDriverLog(const HostOptions& options)
+{
+    if (!options.logLevel.empty()) {
+        OrSetupError("cannot configure the driver log", [&] {
+            DriverLogFolder().Configure(options.logLevel);
+            return 0;
+        });
+    }
+}
+
+// Where to look afterwards; only when the run asked for the log.
+void PrintDriverLogFile(std::ostream& out, const HostOptions& options)
+{
+    if (options.logLevel.empty()) {
+        return;
+    }
+    if (const std::optional<std::string> file = DriverLogFolder().LogFile()) {
+        out << "\nDriver log\n";
+        PrintSetting(out, "file", *file);
+    }
+}
+
+std::string ModulePath(const HostOptions& options)
+{
+    return options.module.empty() ? DefaultModulePath() : options.module;
+}
+
+FilterModule LoadModule(const std::string& path)
+{
+    return OrSetupError("cannot load the module", [&] { return FilterModule(path); });
 }
 
 ComPtr<PropertyBag> ContextBag(const JobContext& context)
@@ -123,67 +128,94 @@ int ShowTicket(JobContext& context, const HostOptions& options)
     return read ? kSucceeded : kFilterFailed;
 }
 
-int RunHost(const HostOptions& options)
+// One job, with the full report.
+int RunSingleJob(const HostOptions& options, const std::string& input, std::unique_ptr<JobContext> context)
 {
-    UseMachineRoot(options.root);
-    std::unique_ptr<JobContext> context = LoadJobContext(options);
-    if (options.showDriver) {
-        return ShowDriver(*context);
-    }
-    if (options.showTicket) {
-        return ShowTicket(*context, options);
-    }
-    const auto delivery = options.gradual ? ReadStream::Delivery::Gradual : ReadStream::Delivery::Whole;
-    auto reader = OrSetupError("cannot read the input", [&] { return ReadStream::OpenFile(options.input, delivery); });
-    const std::string modulePath = options.module.empty() ? DefaultModulePath() : options.module;
-    FilterModule module = OrSetupError("cannot load the module", [&] { return FilterModule(modulePath); });
+    JobSettings settings{context.get(), options.properties, options.gradual, options.shutdownAfterMs};
+    JobRun job(input, settings);
+    const std::string modulePath = ModulePath(options);
+    FilterModule module = LoadModule(modulePath);
     // Created last, so that a run that cannot start leaves an existing output file as it was.
-    OutputFile output = OrSetupError("cannot create the output", [&] {
-        return options.output.empty() ? OutputFile::Temporary() : OutputFile(options.output);
-    });
-    auto writer = OrSetupError("cannot write the output", [&] { return WriteStream::ToFile(output.Path()); });
-    // The pipeline's own properties first; the command line's may replace them.
-    std::vector<PropertyOption> properties = context ? context->Properties() : std::vector<PropertyOption>{};
-    properties.insert(properties.end(), options.properties.begin(), options.properties.end());
-    JobPipeline pipeline = BuildJobPipeline(std::move(reader), std::move(writer), properties,
-                                            context ? context->Progress() : nullptr);
+    job.CreateOutput(options.output);
 
     RunReport report;
     {
-        ComApartment apartment;
-        FilterRunResult run;
-        {
-            std::optional<GradualFeeder> feeder;
-            if (options.gradual) {
-                feeder.emplace(pipeline.reader);
-            }
-            run = RunFilter(module, pipeline, options.shutdownAfterMs);
-        }
+        const ComApartment apartment;
+        const FilterRunResult run = job.Run(module, nullptr);
         PropertyBag::ValueNote notes;
         if (context) {
             notes = [&context](const std::wstring& name, const VARIANT& value) { return context->Describe(name, value); };
         }
-        report = SnapshotJob(pipeline, run, notes);
+        report = SnapshotJob(job.Pipeline(), run, notes);
         if (context) {
             report.machineFile = options.machine;
             report.job = context->Summary();
         }
         // The pipeline lets go of the job's objects before it asks whether the module may go, and
         // closes the printer handle and the token once the job is over.
-        pipeline = JobPipeline{};
+        job.ReleasePipeline();
+        settings.context = nullptr;
         context.reset();
         report.canUnloadNow = module.UnloadIfUnused();
         report.unloaded = !module.Loaded();
     }
     report.modulePath = modulePath;
-    report.inputPath = options.input;
-    report.outputPath = output.Path();
-    report.outputTemporary = output.IsTemporary();
+    report.inputPath = input;
+    report.outputPath = job.Output().Path();
+    report.outputTemporary = job.Output().IsTemporary();
     report.machineRoot = platform::MachineRoot();
     report.gradual = options.gradual;
-    report.output = CompareFiles(options.input, output.Path());
+    report.output = job.CompareOutput();
     PrintReport(std::cout, report);
+    PrintDriverLogFile(std::cout, options);
     return SUCCEEDED(report.run.Outcome()) ? kSucceeded : kFilterFailed;
+}
+
+// Many jobs through one loaded module, a line each and the totals.
+int RunBatch(const HostOptions& options, const JobInputs& inputs, std::unique_ptr<JobContext> context)
+{
+    inputs.CheckReadable();
+    const JobSettings settings{context.get(), options.properties, options.gradual, options.shutdownAfterMs};
+    const std::string modulePath = ModulePath(options);
+    FilterModule module = LoadModule(modulePath);
+
+    BatchReport report(std::cout, inputs.Count(), options.threads);
+    report.PrintHeader(modulePath, platform::MachineRoot());
+    const double elapsed = BatchRunner(module, settings).Run(
+        inputs, options.threads, [&report](std::size_t job, JobOutcome outcome) { report.Add(job, std::move(outcome)); });
+    context.reset();
+    const HRESULT canUnloadNow = module.UnloadIfUnused();
+    report.PrintSummary(elapsed, canUnloadNow, !module.Loaded());
+    PrintDriverLogFile(std::cout, options);
+    return report.AllSucceeded() ? kSucceeded : kFilterFailed;
+}
+
+JobInputs ListInputs(const HostOptions& options)
+{
+    if (!options.inputFolder.empty()) {
+        return JobInputs::FromFolder(options.inputFolder, options.repeat);
+    }
+    return JobInputs({options.input}, options.repeat);
+}
+
+int RunHost(const HostOptions& options)
+{
+    UseMachineRoot(options.root);
+    std::unique_ptr<JobContext> context = LoadJobContext(options);
+    ConfigureDriverLog(options);
+    // Before the module and any thread that could read the environment.
+    UsePreviewMode(options.preview);
+    if (options.showDriver) {
+        return ShowDriver(*context);
+    }
+    if (options.showTicket) {
+        return ShowTicket(*context, options);
+    }
+    const JobInputs inputs = ListInputs(options);
+    if (inputs.Count() == 1) {
+        return RunSingleJob(options, inputs[0], std::move(context));
+    }
+    return RunBatch(options, inputs, std::move(context));
 }
 
 }  // namespace

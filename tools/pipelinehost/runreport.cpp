@@ -22,11 +22,6 @@ std::string Ms(double milliseconds)
     return text;
 }
 
-void PrintSetting(std::ostream& out, const std::string& label, const std::string& value)
-{
-    out << "  " << label << std::string(label.size() < 10 ? 10 - label.size() : 1, ' ') << value << "\n";
-}
-
 void PrintResult(std::ostream& out, const FilterRunResult& run)
 {
     const auto line = [&out](const char* step, const std::string& text) {
@@ -106,6 +101,17 @@ void PrintOutput(std::ostream& out, const RunReport& report)
 
 }  // namespace
 
+std::string DescribeUnload(HRESULT canUnloadNow, bool unloaded)
+{
+    return "DllCanUnloadNow after release: " + HresultDescription(canUnloadNow) +
+           (unloaded ? ", module unloaded" : ", module left loaded");
+}
+
+void PrintSetting(std::ostream& out, const std::string& label, const std::string& value)
+{
+    out << "  " << label << std::string(label.size() < 10 ? 10 - label.size() : 1, ' ') << value << "\n";
+}
+
 RunReport SnapshotJob(const JobPipeline& pipeline, const FilterRunResult& run, const PropertyBag::ValueNote& notes)
 {
     RunReport report;
@@ -143,8 +149,7 @@ void PrintReport(std::ostream& out, const RunReport& report)
     PrintOutput(out, report);
 
     out << "\nModule\n";
-    PrintSetting(out, "unload", "DllCanUnloadNow after release: " + HresultDescription(report.canUnloadNow) +
-                                    (report.unloaded ? ", module unloaded" : ", module left loaded"));
+    PrintSetting(out, "unload", DescribeUnload(report.canUnloadNow, report.unloaded));
 }
 
 }  // namespace pipelinehost

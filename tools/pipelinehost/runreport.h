@@ -40,5 +40,9 @@ struct RunReport {
 RunReport SnapshotJob(const JobPipeline& pipeline, const FilterRunResult& run,
                       const PropertyBag::ValueNote& notes = nullptr);
 void PrintReport(std::ostream& out, const RunReport& report);
+// What DllCanUnloadNow answered once the filters were released, and whether the module went.
+std::string DescribeUnload(HRESULT canUnloadNow, bool unloaded);
+// One line of a report section: the label in a column of ten, then the value.
+void PrintSetting(std::ostream& out, const std::string& label, const std::string& value);
 
 }  // namespace pipelinehost

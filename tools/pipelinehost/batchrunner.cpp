@@ -1,0 +1,68 @@
+#include "pipelinehost/batchrunner.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "pipelinehost/comapartment.h"
+
+namespace pipelinehost {
+
+BatchRunner::BatchRunner(const FilterModule& module, const JobSettings& settings)
+    : module_(module), settings_(settings)
+{
+}
+
+double BatchRunner::Run(const JobInputs& inputs, unsigned threads, const OutcomeSink& sink) const
+{
+    std::atomic<std::size_t> next{0};
+    const auto work = [&] {
+        const ComApartment apartment;
+        for (std::size_t job = next++; job < inputs.Count(); job = next++) {
+            sink(job, RunJob(inputs[job]));
+        }
+    };
+    const auto started = std::chrono::steady_clock::now();
+    const std::size_t workers = std::min<std::size_t>(std::max(threads, 1u), inputs.Count());
+    std::vector<std::thread> pool;
+    for (std::size_t i = 0; i < workers; ++i) {
+        try {
+            pool.emplace_back(work);
+        } catch (const std::system_error&) {
+            if (pool.empty()) {
+                throw;
+            }
+            break;  // the threads already running take every job
+        }
+    }
+    for (std::thread& worker : pool) {
+        worker.join();
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+}
+
+JobOutcome BatchRunner::RunJob(const std::string& input) const
+{
+    JobOutcome outcome;
+    outcome.input = input;
+    try {
+        JobRun job(input, settings_);
+        job.CreateOutput({});
+        // Each job reports its progress to an object of its own, as each job of a real queue does;
+        // the context's single one would mix the jobs' reports.
+        outcome.run = job.Run(module_, settings_.context ? ProgressReport::Create() : nullptr);
+        outcome.TakeFrom(job.Pipeline());
+        job.ReleasePipeline();
+        outcome.output = job.CompareOutput();
+    } catch (const std::exception& error) {
+        outcome.setupError = error.what();
+    }
+    return outcome;
+}
+
+}  // namespace pipelinehost
