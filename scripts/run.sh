@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Builds, then runs the bundled sample job through the filter module with the pipeline host on the
-# bundled machine, and prints its report. Arguments are passed to the host, e.g. --gradual,
-# --printer "QX Quarry 36" or --property NAME=i4:1; --machine FILE replaces the bundled machine.
+# Builds, then runs the bundled preview job through the filter module with the pipeline host on the
+# bundled machine, the preview application accepting it, and prints the host's report with the
+# filter's decision from its log. Arguments are passed to the host, e.g. --preview cancel,
+# --input samples/jobs/sample.xps, --printer "QX Quarry 36" or --property NAME=i4:1; --machine FILE
+# replaces the bundled machine, --input FILE the job, --log-level LEVEL the log level.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -11,10 +13,13 @@ bash "$root/scripts/build.sh"
 machine="$build_dir/machine"
 mkdir -p "$machine"
 machine_description=(--machine "$root/samples/machines/default.json")
+job=(--input "$root/samples/jobs/preview.xps")
+log_level=(--log-level info)
 for argument in "$@"; do
-  if [[ "$argument" == --machine || "$argument" == --machine=* ]]; then
-    machine_description=()
-  fi
+  case "$argument" in
+    --machine|--machine=*) machine_description=() ;;
+    --input|--input=*|--input-folder|--input-folder=*) job=() ;;
+    --log-level|--log-level=*) log_level=() ;;
+  esac
 done
-exec "$build_dir/bin/qxpipelinehost" --input "$root/samples/jobs/sample.xps" --root "$machine" \
-  "${machine_description[@]}" "$@"
+exec "$build_dir/bin/qxpipelinehost" "${job[@]}" --root "$machine" "${machine_description[@]}" "${log_level[@]}" "$@"

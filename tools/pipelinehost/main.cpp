@@ -17,6 +17,7 @@
 #include "pipelinehost/batchreport.h"
 #include "pipelinehost/batchrunner.h"
 #include "pipelinehost/comapartment.h"
+#include "pipelinehost/driverlogexcerpt.h"
 #include "pipelinehost/driverlogfolder.h"
 #include "pipelinehost/driverreport.h"
 #include "pipelinehost/filtermodule.h"
@@ -128,11 +129,25 @@ int ShowTicket(JobContext& context, const HostOptions& options)
     return read ? kSucceeded : kFilterFailed;
 }
 
+// The decision and the verdict in the filter's own words, when its log is on.
+void PrintDriverLogExcerpt(std::ostream& out, const DriverLogExcerpt& excerpt)
+{
+    const std::vector<std::string> lines = excerpt.Lines();
+    if (lines.empty()) {
+        return;
+    }
+    out << "\nFilter's log, the decision and the verdict\n";
+    for (const std::string& line : lines) {
+        out << "  " << line << "\n";
+    }
+}
+
 // One job, with the full report.
 int RunSingleJob(const HostOptions& options, const std::string& input, std::unique_ptr<JobContext> context)
 {
     JobSettings settings{context.get(), options.properties, options.gradual, options.shutdownAfterMs};
     JobRun job(input, settings);
+    const DriverLogExcerpt logExcerpt;
     const std::string modulePath = ModulePath(options);
     FilterModule module = LoadModule(modulePath);
     // Created last, so that a run that cannot start leaves an existing output file as it was.
@@ -167,6 +182,7 @@ int RunSingleJob(const HostOptions& options, const std::string& input, std::uniq
     report.gradual = options.gradual;
     report.output = job.CompareOutput();
     PrintReport(std::cout, report);
+    PrintDriverLogExcerpt(std::cout, logExcerpt);
     PrintDriverLogFile(std::cout, options);
     return SUCCEEDED(report.run.Outcome()) ? kSucceeded : kFilterFailed;
 }

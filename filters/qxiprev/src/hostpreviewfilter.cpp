@@ -148,7 +148,8 @@ void HostPreviewFilter::StartOperation_throws()
     ComPtr<IXpsOMObjectFactory> xpsFactory;
     THROW_IF_FAILED(CoCreateInstance(CLSID_XpsOMObjectFactory, nullptr, CLSCTX_INPROC_SERVER,
                                      IID_PPV_ARGS(&xpsFactory)));
-    RunJob(xpsFactory.Get());
+    // The job run reports in this function's name, wherever its steps are written.
+    RunJob(xpsFactory.Get(), QX_HERE);
 }
 
 BOOL HostPreviewFilter::CorrectXpsPageSize(IXpsOMDocumentSequence* documentSequence, IPTSettings& settings)
@@ -158,7 +159,7 @@ BOOL HostPreviewFilter::CorrectXpsPageSize(IXpsOMDocumentSequence* documentSeque
     return correction.Apply(documentSequence) ? TRUE : FALSE;
 }
 
-void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory)
+void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& site)
 {
     PrimeReadStream(m_reader);
     PipelinePropertyBagProxy propertyBag(m_propertyBag);
@@ -168,10 +169,10 @@ void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory)
     ComPtr<IXpsOMPackage> package;
     {
         const ComPtr<IStream> memory = CopyToMemoryStream(m_reader);
-        THROW_IF_FAILED(xpsFactory->CreatePackageFromStream(memory.Get(), TRUE, &package));
+        ThrowIfFailed(xpsFactory->CreatePackageFromStream(memory.Get(), TRUE, &package), site);
     }
     ComPtr<IXpsOMDocumentSequence> documentSequence;
-    THROW_IF_FAILED(package->GetDocumentSequence(&documentSequence));
+    ThrowIfFailed(package->GetDocumentSequence(&documentSequence), site);
     bool ticketRead = false;
     PTSettings settings = PTManager::GetJobTicket(ticketRead, propertyBag, documentSequence.Get());
 
@@ -182,15 +183,15 @@ void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory)
     const PreviewManagerRelease release;
     PrintPreviewManager& manager = PrintPreviewManager::GetInstance();
     const EOnOff previewOption = settings.GetPrintPreview();
-    QXLOG_INFO(L"Print Preview option is %s", PreviewOptionText(previewOption));
-    QXLOG_INFO(L"Print Preview option is%s installed", manager.IsPrintPreviewInstalled() ? L"" : L" not");
+    LogAt(LogLevel::Info, site, L"Print Preview option is %s", PreviewOptionText(previewOption));
+    LogAt(LogLevel::Info, site, L"Print Preview option is%s installed", manager.IsPrintPreviewInstalled() ? L"" : L" not");
     AddPrivacyProperties(settings, propertyBag);
     // Any option but off takes the preview path, an absent one too; the session itself shows the
     // application only when the option is on.
     if (AsInt32(previewOption) != 0 && manager.IsPrintPreviewInstalled()) {
-        RunPreview(package.Get(), documentSequence.Get(), settings, propertyBag, userToken);
+        RunPreview(package.Get(), documentSequence.Get(), settings, propertyBag, userToken, site);
     } else {
-        PassThrough();
+        PassThrough(site);
     }
 }
 
@@ -220,26 +221,27 @@ void HostPreviewFilter::AddPrivacyProperties(PTSettings& settings, PipelinePrope
 }
 
 void HostPreviewFilter::RunPreview(IXpsOMPackage* package, IXpsOMDocumentSequence* documentSequence,
-                                   PTSettings& settings, PipelinePropertyBagProxy& propertyBag, HANDLE userToken)
+                                   PTSettings& settings, PipelinePropertyBagProxy& propertyBag, HANDLE userToken,
+                                   const LogSite& site)
 {
     PrintPreviewManager& manager = PrintPreviewManager::GetInstance();
     if (CorrectXpsPageSize(documentSequence, settings)) {
         // The preview shows the enlarged pages; the job itself still prints its own bytes.
         manager.CreatePrnTempFile(package, userToken);
     } else {
-        THROW_IF_FAILED(m_reader->Seek(0, STREAM_SEEK_SET, nullptr));
+        ThrowIfFailed(m_reader->Seek(0, STREAM_SEEK_SET, nullptr), site);
         manager.CreatePrnTempFile(m_reader.Get(), userToken);
     }
     const bool accepted = manager.StartPrintPreview(settings, propertyBag);
     PrintPreviewManager::ReleaseInstance();
     if (!accepted) {
         m_writer->Close();
-        THROW_HR(E_ABORT);
+        ThrowHr(E_ABORT, site);
     }
     PublishAcceptedPreview(settings, propertyBag);
     CopyStream(m_reader, m_writer);
     m_writer->Close();
-    QXLOG_INFO(L"Host Preview Filter - Finishing StartOperation_throws");
+    LogAt(LogLevel::Info, site, L"Host Preview Filter - Finishing StartOperation_throws");
 }
 
 void HostPreviewFilter::PublishAcceptedPreview(PTSettings& settings, PipelinePropertyBagProxy& propertyBag)
@@ -260,10 +262,10 @@ void HostPreviewFilter::PublishAcceptedPreview(PTSettings& settings, PipelinePro
     propertyBag.AddProperty(XPS_FP_SCALINGPERCENTAGE, AsInt32(scaling.percentage));
 }
 
-void HostPreviewFilter::PassThrough()
+void HostPreviewFilter::PassThrough(const LogSite& site)
 {
     CopyStream(m_reader, m_writer);
     m_writer->Close();
     PrintPreviewManager::ReleaseInstance();
-    QXLOG_INFO(L"Host Preview Filter - Finishing StartOperation_throws without launching Host Preview");
+    LogAt(LogLevel::Info, site, L"Host Preview Filter - Finishing StartOperation_throws without launching Host Preview");
 }

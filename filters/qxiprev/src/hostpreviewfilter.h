@@ -33,17 +33,18 @@ private:
     void InitializeFilter_throws(IInterFilterCommunicator* negotiation, IPrintPipelinePropertyBag* propertyBag,
                                  IPrintPipelineManagerControl* pipelineControl);
     void StartOperation_throws();
-    // Everything done with one job between the frame's set-up and its clean-up.
-    void RunJob(IXpsOMObjectFactory* xpsFactory);
+    // Everything done with one job between the frame's set-up and its clean-up; its log lines and
+    // failures are reported at the site given.
+    void RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& site);
     // Lets the printer's loaded paper sources choose input bin and rotation when the ticket leaves
     // them to the printer, and publishes the choice.
     static void ApplyPaperSource(PTSettings& settings, PrinterDriverProperties& driverProperties,
                                  PipelinePropertyBagProxy& propertyBag);
     static void AddPrivacyProperties(PTSettings& settings, PipelinePropertyBagProxy& propertyBag);
     void RunPreview(IXpsOMPackage* package, IXpsOMDocumentSequence* documentSequence, PTSettings& settings,
-                    PipelinePropertyBagProxy& propertyBag, HANDLE userToken);
+                    PipelinePropertyBagProxy& propertyBag, HANDLE userToken, const LogSite& site);
     static void PublishAcceptedPreview(PTSettings& settings, PipelinePropertyBagProxy& propertyBag);
-    void PassThrough();
+    void PassThrough(const LogSite& site);
 
     Microsoft::WRL::ComPtr<IPrintReadStream> m_reader;
     Microsoft::WRL::ComPtr<IPrintWriteStream> m_writer;
