@@ -998,6 +998,11 @@ std::vector<Refused> RefusedFiles()
          "expected the file's text, as a string or an array of lines, found the number 12"},
         {"file outside any drive", WithPrinter("", R"("files": {"relative\\a.txt": "x"})"), "/files/relative\\a.txt",
          "\"relative\\a.txt\" is not a Windows path with a drive or a share, like C:\\folder\\file"},
+
+        {"program named with a folder", WithPrinter("", R"("programs": {"C:\\p.exe": "../bin/sh"})"), "/programs/C:\\p.exe",
+         "a program name without a folder"},
+        {"program the build does not have", WithPrinter("", R"("programs": {"C:\\p.exe": "no-such-program"})"),
+         "/programs/C:\\p.exe", "no program "},
     };
 }
 
@@ -1009,7 +1014,7 @@ TEST_F(MachineFiles, RefusedFilesNameTheFileThePlaceAndTheReasonAndChangeNothing
         const auto error = Refusal(path);
         EXPECT_EQ(error.File(), path);
         EXPECT_EQ(error.Place(), refused.place);
-        if (refused.place.rfind("line ", 0) == 0) {
+        if (refused.place.rfind("line ", 0) == 0 || refused.reason == "no program ") {
             EXPECT_EQ(error.Reason().rfind(refused.reason, 0), 0u) << error.Reason();
         } else {
             EXPECT_EQ(error.Reason(), refused.reason);
@@ -1054,6 +1059,15 @@ TEST_F(MachineFiles, AnUnreadableFileIsNamedWithTheSystemsReason)
 
 // The bundled machine declares what the driver code reads: every driver property of the
 // version-4 printer with its type, the machine width over bidi, and the legacy printer's file.
+TEST_F(MachineFiles, TheBundledMachineInstallsTheBuildsPreviewApplication)
+{
+    platform::LoadMachineDescription(QX_DEFAULT_MACHINE);
+    const fs::path program = HostFile(L"C:\\Program Files\\QX\\QX Print Preview2\\QXPrintPreview2.exe");
+    ASSERT_TRUE(fs::is_symlink(program));
+    EXPECT_EQ(fs::read_symlink(program).filename(), "qxpreviewapp");
+    EXPECT_TRUE(fs::is_regular_file(program)) << "the link leads to the built program";
+}
+
 TEST_F(MachineFiles, TheBundledMachineDeclaresEveryDriverProperty)
 {
     const auto description = platform::LoadMachineDescription(QX_DEFAULT_MACHINE);
