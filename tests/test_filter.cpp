@@ -4,6 +4,7 @@
 // overlapping jobs of different users.
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <map>
 #include <optional>
 #include <new>
@@ -325,19 +326,18 @@ TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
     const struct {
         const char* what;
         std::vector<BYTE> input;
-        bool withToken;
+        std::function<void(PropertyBag&)> spoil;
         HRESULT expected;
     } rows[] = {
-        {"not an XPS package", std::vector<BYTE>(5000, 'x'), true, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
-        {"no user token", Job(), false, E_FAIL},
+        {"not an XPS package", std::vector<BYTE>(5000, 'x'), [](PropertyBag&) {},
+         OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
+        {"no user token", Job(), [](PropertyBag& bag) { bag.DeleteProperty(L"UserSecurityToken"); }, E_FAIL},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         PrintJob job;
         ComPtr<PropertyBag> bag = job.Bag();
-        if (!row.withToken) {
-            bag->DeleteProperty(L"UserSecurityToken");
-        }
+        row.spoil(*bag.Get());
         Pipeline pipeline(ReadStream::FromBytes(row.input), bag);
         ASSERT_EQ(pipeline.Initialize(), S_OK);
         const HRESULT hr = pipeline.Start();
@@ -350,6 +350,23 @@ TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
         EXPECT_EQ(pipeline.control->ShutdownReason(), hr);
         EXPECT_EQ(pipeline.control->Calls().back(), "FilterFinished");
     }
+}
+
+// The ticket cannot be read for a printer the spooler does not know: every feature reads as absent,
+// so the job takes the preview path without showing anything and prints its own bytes.
+TEST_F(JobRun, AJobForAPrinterTheSpoolerDoesNotKnowStillPrints)
+{
+    PrintJob job(L"ben");
+    ComPtr<PropertyBag> bag = job.Bag();
+    bag->Set(L"PrinterName", std::wstring(L"QX Printer Nobody Installed"));
+    const std::vector<BYTE> input = Job(kPreviewOn);
+    Pipeline pipeline(ReadStream::FromBytes(input), bag);
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+    const LogTail log;
+    EXPECT_EQ(pipeline.Start(), S_OK);
+    EXPECT_EQ(pipeline.writer->Bytes(), input);
+    EXPECT_TRUE(log.WaitFor(L"Print Preview option is not available"));
+    EXPECT_EQ(log.Settled().find("launched"), std::string::npos);
 }
 
 TEST_F(JobRun, AFailedWriteIsReportedToThePipeline)
