@@ -1,5 +1,10 @@
 // The job streams: priming, the copy into memory and the pass-through copy, with the writer's
-// failure texts.
+// failure texts; and the host's file-backed streams, which gather the filter's small chunks into
+// few system calls.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 #include <numeric>
 #include <thread>
 
@@ -9,6 +14,7 @@
 #include <wrl/client.h>
 
 #include "hrerror.h"
+#include "pipelinehost/calllog.h"
 #include "pipelinehost/readstream.h"
 #include "pipelinehost/writestream.h"
 #include "streamhandler.h"
@@ -18,6 +24,7 @@ using Microsoft::WRL::ComPtr;
 using pipelinehost::ReadStream;
 using pipelinehost::WriteStream;
 using testsupport::LogTail;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -185,6 +192,285 @@ TEST(PrimeReadStream, WaitsForTheFirstDataAndRewinds)
     BOOL endOfFile = FALSE;
     reader->ReadBytes(content, 4, &read, &endOfFile);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(content), read), "job");
+}
+
+// The file-backed streams. The filter moves data in chunks of this size.
+constexpr ULONG kChunk = 4096;
+constexpr std::size_t kMiB = 1024 * 1024;
+
+class ScratchFile {
+public:
+    ScratchFile()
+        : path_(fs::temp_directory_path() /
+                ("qx-streams-" + std::to_string(::getpid()) + "-" + std::to_string(next_++) + ".bin"))
+    {
+    }
+    ~ScratchFile()
+    {
+        std::error_code ignored;
+        fs::remove(path_, ignored);
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    std::string Path() const { return path_.string(); }
+    void Write(const std::vector<BYTE>& bytes) const
+    {
+        std::ofstream(path_, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    }
+    std::vector<BYTE> Read() const
+    {
+        std::ifstream in(path_, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    }
+    std::uintmax_t Size() const { return fs::file_size(path_); }
+
+private:
+    static inline int next_ = 0;
+    fs::path path_;
+};
+
+struct Chunk {
+    HRESULT hr = S_OK;
+    std::vector<BYTE> bytes;
+    BOOL endOfFile = FALSE;
+};
+
+Chunk ReadChunk(ReadStream& stream, ULONG size)
+{
+    Chunk chunk;
+    chunk.bytes.resize(size);
+    ULONG read = 0;
+    chunk.hr = stream.ReadBytes(chunk.bytes.data(), size, &read, &chunk.endOfFile);
+    chunk.bytes.resize(read);
+    return chunk;
+}
+
+std::vector<BYTE> Slice(const std::vector<BYTE>& bytes, std::size_t from, std::size_t count)
+{
+    return {bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.begin() + static_cast<std::ptrdiff_t>(from + count)};
+}
+
+// Read or write system calls this process made so far, from the kernel's own count; -1 where the
+// system does not say.
+long long SystemCalls(const std::string& counter)
+{
+    std::ifstream io("/proc/self/io");
+    std::string name;
+    long long value = 0;
+    while (io >> name >> value) {
+        if (name == counter + ":") {
+            return value;
+        }
+    }
+    return -1;
+}
+
+class FileReadChunkSizes : public testing::TestWithParam<ULONG> {};
+
+TEST_P(FileReadChunkSizes, DeliverEveryByteOfTheFileInOrder)
+{
+    const std::vector<BYTE> content = Pattern(2 * kMiB + 777);
+    const ScratchFile file;
+    file.Write(content);
+    const auto stream = ReadStream::OpenFile(file.Path());
+    std::vector<BYTE> copy;
+    for (Chunk chunk; !chunk.endOfFile;) {
+        chunk = ReadChunk(*stream.Get(), GetParam());
+        ASSERT_EQ(chunk.hr, S_OK);
+        copy.insert(copy.end(), chunk.bytes.begin(), chunk.bytes.end());
+    }
+    EXPECT_EQ(copy, content);
+    EXPECT_EQ(stream->Stats().bytesRead, content.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, FileReadChunkSizes,
+                         testing::Values(ULONG{1}, kChunk - 3, kChunk, ULONG{kMiB} - 1, ULONG{kMiB}, ULONG{kMiB} + 3,
+                                         ULONG{3 * kMiB}));
+
+TEST(FileReadStream, ReadsAfterASeekComeFromTheNewPosition)
+{
+    const std::vector<BYTE> content = Pattern(3 * kMiB);
+    const ScratchFile file;
+    file.Write(content);
+    const auto stream = ReadStream::OpenFile(file.Path());
+    ASSERT_EQ(ReadChunk(*stream.Get(), kChunk).bytes, Slice(content, 0, kChunk));
+    for (const std::size_t position : {std::size_t{2 * kMiB + 11}, std::size_t{100}, kMiB - 5, kMiB - 5, std::size_t{0}}) {
+        ULONGLONG now = 0;
+        ASSERT_EQ(stream->Seek(static_cast<LONGLONG>(position), STREAM_SEEK_SET, &now), S_OK);
+        EXPECT_EQ(ReadChunk(*stream.Get(), 10).bytes, Slice(content, position, 10)) << "at " << position;
+    }
+}
+
+TEST(FileReadStream, AFileThatShrankFailsTheReadItCannotFill)
+{
+    const ScratchFile file;
+    file.Write(Pattern(10000));
+    const auto stream = ReadStream::OpenFile(file.Path());
+    fs::resize_file(file.Path(), 5000);
+    EXPECT_EQ(ReadChunk(*stream.Get(), kChunk).hr, S_OK);
+    const Chunk cut = ReadChunk(*stream.Get(), kChunk);
+    EXPECT_EQ(cut.hr, pipelinehost::kReadFault);
+    EXPECT_TRUE(cut.bytes.empty());
+    EXPECT_EQ(stream->Stats().failedReads, 1u);
+    EXPECT_EQ(stream->Stats().bytesRead, kChunk);
+}
+
+TEST(FileReadStream, InjectedFailureStopsReadsAtTheGivenByte)
+{
+    const ULONGLONG failAt = kMiB + kMiB / 2 + 100;
+    const ScratchFile file;
+    file.Write(Pattern(3 * kMiB));
+    const auto stream = ReadStream::OpenFile(file.Path());
+    stream->FailReadsWith(E_FAIL, failAt);
+    Chunk chunk;
+    while ((chunk = ReadChunk(*stream.Get(), kChunk)).hr == S_OK) {
+        ASSERT_FALSE(chunk.endOfFile);
+    }
+    EXPECT_EQ(chunk.hr, E_FAIL);
+    EXPECT_EQ(stream->Stats().bytesRead, failAt);
+    EXPECT_EQ(stream->Stats().reads, failAt / kChunk + 2) << "whole chunks, the cut one, the failed one";
+}
+
+TEST(FileReadStream, SmallReadsCostAboutOneSystemCallPerMegabyte)
+{
+    const ScratchFile file;
+    file.Write(Pattern(8 * kMiB));
+    const auto stream = ReadStream::OpenFile(file.Path());
+    const long long before = SystemCalls("syscr");
+    if (before < 0) {
+        GTEST_SKIP() << "the system does not count a process's read calls";
+    }
+    while (!ReadChunk(*stream.Get(), kChunk).endOfFile) {
+    }
+    EXPECT_LE(SystemCalls("syscr") - before, 16) << "8 reads of the file and the count's own";
+}
+
+void WriteInChunks(WriteStream& stream, const std::vector<BYTE>& bytes, std::size_t chunkSize)
+{
+    for (std::size_t at = 0; at < bytes.size(); at += chunkSize) {
+        const auto size = static_cast<ULONG>(std::min(chunkSize, bytes.size() - at));
+        ULONG written = 0;
+        ASSERT_EQ(stream.WriteBytes(bytes.data() + at, size, &written), S_OK);
+        ASSERT_EQ(written, size);
+    }
+}
+
+class FileWriteChunkSizes : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(FileWriteChunkSizes, LeaveEveryByteInTheFileOnClose)
+{
+    const std::vector<BYTE> content = Pattern(3 * kMiB + kMiB / 2 + 9);
+    const ScratchFile file;
+    const auto stream = WriteStream::ToFile(file.Path());
+    WriteInChunks(*stream.Get(), content, GetParam());
+    stream->Close();
+    EXPECT_EQ(file.Read(), content);
+    EXPECT_EQ(stream->BytesWritten(), content.size());
+    EXPECT_EQ(stream->WriteFault(), S_OK);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, FileWriteChunkSizes,
+                         testing::Values(std::size_t{1000}, std::size_t{kChunk - 3}, std::size_t{kChunk}, kMiB - 1, kMiB,
+                                         kMiB + 3, 3 * kMiB));
+
+TEST(FileWriteStream, TheFileHoldsWhatBytesWrittenReportsBeforeClose)
+{
+    const std::vector<BYTE> content = Pattern(10000);
+    const ScratchFile file;
+    const auto stream = WriteStream::ToFile(file.Path());
+    WriteInChunks(*stream.Get(), content, kChunk);
+    EXPECT_EQ(stream->BytesWritten(), 10000u);
+    EXPECT_EQ(file.Read(), content);
+    EXPECT_FALSE(stream->Closed());
+}
+
+TEST(FileWriteStream, AnUnclosedStreamLeavesItsBytesWhenReleased)
+{
+    const std::vector<BYTE> content = Pattern(5000);
+    const ScratchFile file;
+    {
+        const auto stream = WriteStream::ToFile(file.Path());
+        WriteInChunks(*stream.Get(), content, kChunk);
+    }
+    EXPECT_EQ(file.Read(), content);
+}
+
+TEST(FileWriteStream, InjectedFaultsStopWritesAtTheSameBytes)
+{
+    const ScratchFile file;
+    const auto stream = WriteStream::ToFile(file.Path());
+    stream->FailWritesWith(STG_E_MEDIUMFULL, 10000);
+    const std::vector<BYTE> chunk = Pattern(kChunk);
+    ULONG written = 0;
+    EXPECT_EQ(stream->WriteBytes(chunk.data(), kChunk, &written), S_OK);
+    EXPECT_EQ(stream->WriteBytes(chunk.data(), kChunk, &written), S_OK);
+    EXPECT_EQ(stream->WriteBytes(chunk.data(), kChunk, &written), STG_E_MEDIUMFULL);
+    EXPECT_EQ(written, 0u);
+    stream->FailWritesWith(S_OK);
+    stream->AcceptAtMost(100);
+    EXPECT_EQ(stream->WriteBytes(chunk.data(), kChunk, &written), S_OK);
+    EXPECT_EQ(written, 100u);
+    stream->Close();
+    EXPECT_EQ(file.Size(), 2 * kChunk + 100);
+    EXPECT_EQ(stream->BytesWritten(), 2 * kChunk + 100);
+    EXPECT_EQ(stream->WriteFault(), S_OK) << "an injected fault is not the file's";
+}
+
+// /dev/full takes the open and refuses every write with ENOSPC: a disk that is full.
+class FullDisk : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (::access("/dev/full", W_OK) != 0) {
+            GTEST_SKIP() << "no /dev/full here";
+        }
+        stream = WriteStream::ToFile("/dev/full");
+        stream->LogCallsTo(log);
+    }
+
+    std::shared_ptr<pipelinehost::CallLog> log = std::make_shared<pipelinehost::CallLog>();
+    ComPtr<WriteStream> stream;
+};
+
+TEST_F(FullDisk, TheWriteThatSendsTheBufferOutFailsAndSoDoEveryLaterOne)
+{
+    const std::vector<BYTE> chunk = Pattern(kChunk);
+    ULONG written = 0;
+    ULONG taken = 0;
+    while (stream->WriteBytes(chunk.data(), kChunk, &written) == S_OK) {
+        ++taken;
+    }
+    EXPECT_EQ(taken, kMiB / kChunk) << "the buffer holds a megabyte";
+    EXPECT_EQ(written, 0u);
+    EXPECT_EQ(stream->WriteBytes(chunk.data(), 1, &written), STG_E_MEDIUMFULL);
+    EXPECT_EQ(stream->WriteFault(), STG_E_MEDIUMFULL);
+    EXPECT_EQ(stream->BytesWritten(), kMiB) << "what the filter was told was taken";
+    EXPECT_EQ(log->Entries().back(), "writer.WriteBytes(1 bytes) -> STG_E_MEDIUMFULL");
+}
+
+TEST_F(FullDisk, CloseLogsTheFaultItFindsAsItHasNoResult)
+{
+    ULONG written = 0;
+    ASSERT_EQ(stream->WriteBytes("job", 3, &written), S_OK);
+    stream->Close();
+    EXPECT_TRUE(stream->Closed());
+    EXPECT_EQ(stream->WriteFault(), STG_E_MEDIUMFULL);
+    EXPECT_EQ(log->Entries().back(), "writer.Close -> STG_E_MEDIUMFULL");
+}
+
+TEST(FileWriteStream, SmallWritesCostAboutOneSystemCallPerMegabyte)
+{
+    const ScratchFile file;
+    const auto stream = WriteStream::ToFile(file.Path());
+    const std::vector<BYTE> content = Pattern(8 * kMiB);
+    const long long before = SystemCalls("syscw");
+    if (before < 0) {
+        GTEST_SKIP() << "the system does not count a process's write calls";
+    }
+    WriteInChunks(*stream.Get(), content, kChunk);
+    stream->Close();
+    EXPECT_LE(SystemCalls("syscw") - before, 12) << "8 writes of the file";
 }
 
 }  // namespace

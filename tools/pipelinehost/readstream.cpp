@@ -15,6 +15,27 @@
 namespace pipelinehost {
 namespace {
 
+// A system call per megabyte instead of one per chunk, and little memory even with many jobs open.
+constexpr ULONG kReadAheadBytes = 1024 * 1024;
+
+// Up to count bytes from offset on; fewer at the end of the file or on an error, which the caller
+// tells apart from a full read by the count alone.
+std::size_t ReadAt(int file, BYTE* target, std::size_t count, ULONGLONG offset)
+{
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t got = ::pread(file, target + done, count - done, static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
 const char* OriginName(DWORD origin)
 {
     switch (origin) {
@@ -235,7 +256,7 @@ HRESULT ReadStream::ReadBytes(void* buffer, ULONG requested, ULONG* read, BOOL* 
     return S_OK;
 }
 
-HRESULT ReadStream::CopyOut(ULONGLONG offset, void* buffer, ULONG count) const
+HRESULT ReadStream::CopyOut(ULONGLONG offset, void* buffer, ULONG count)
 {
     if (count == 0) {
         return S_OK;
@@ -244,19 +265,39 @@ HRESULT ReadStream::CopyOut(ULONGLONG offset, void* buffer, ULONG count) const
         std::memcpy(buffer, bytes_.data() + offset, count);
         return S_OK;
     }
-    auto* target = static_cast<char*>(buffer);
-    ULONG done = 0;
-    while (done < count) {
-        const ssize_t got = ::pread(file_, target + done, count - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
+    return CopyFromFile(offset, static_cast<BYTE*>(buffer), count);
+}
+
+// The bytes come from the file as it is when they are first needed; a read the file can no longer
+// fill (it shrank since it was opened) fails, as a read of the file itself would.
+HRESULT ReadStream::CopyFromFile(ULONGLONG offset, BYTE* target, ULONG count)
+{
+    if (count >= kReadAheadBytes) {
+        return ReadAt(file_, target, count, offset) == count ? S_OK : kReadFault;
+    }
+    if (!ReadAheadHolds(offset, count)) {
+        FillReadAhead(offset);
+        if (!ReadAheadHolds(offset, count)) {
             return kReadFault;
         }
-        done += static_cast<ULONG>(got);
     }
+    std::memcpy(target, readAhead_.data() + (offset - readAheadStart_), count);
     return S_OK;
+}
+
+bool ReadStream::ReadAheadHolds(ULONGLONG offset, ULONG count) const
+{
+    return offset >= readAheadStart_ && offset - readAheadStart_ + count <= readAheadSize_;
+}
+
+// Never past the size the file had when it was opened: the stream serves no byte beyond it.
+void ReadStream::FillReadAhead(ULONGLONG offset)
+{
+    readAhead_.resize(kReadAheadBytes);
+    const ULONGLONG left = offset < fileSize_ ? fileSize_ - offset : 0;
+    readAheadStart_ = offset;
+    const auto size = static_cast<std::size_t>(std::min<ULONGLONG>(left, kReadAheadBytes));
+    readAheadSize_ = ReadAt(file_, readAhead_.data(), size, offset);
 }
 
 void ReadStream::Record(std::string call) const

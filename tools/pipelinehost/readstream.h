@@ -82,7 +82,10 @@ private:
 
     bool AtEnd() const { return closed_ && position_ >= available_; }
     bool Failing() const { return failure_ != S_OK && position_ >= failAfter_; }
-    HRESULT CopyOut(ULONGLONG offset, void* buffer, ULONG count) const;
+    HRESULT CopyOut(ULONGLONG offset, void* buffer, ULONG count);
+    HRESULT CopyFromFile(ULONGLONG offset, BYTE* target, ULONG count);
+    bool ReadAheadHolds(ULONGLONG offset, ULONG count) const;
+    void FillReadAhead(ULONGLONG offset);
     void Record(std::string call) const;
 
     mutable std::mutex mutex_;
@@ -90,6 +93,13 @@ private:
     int file_ = -1;                 // a file stream reads from here ...
     ULONGLONG fileSize_ = 0;
     std::vector<BYTE> bytes_;       // ... a memory stream from here
+    // The filter reads in small chunks; a system call per chunk would cost more than the copy, so
+    // small reads come from a window of the file read in one go. It is keyed by file offset, so a
+    // Seek needs no care of its own: a read inside the window is served from it, any other one
+    // moves the window.
+    std::vector<BYTE> readAhead_;
+    ULONGLONG readAheadStart_ = 0;
+    std::size_t readAheadSize_ = 0;  // valid bytes in readAhead_
     ULONGLONG available_ = 0;       // bytes readable now
     bool closed_ = false;
     ULONGLONG position_ = 0;

@@ -11,6 +11,29 @@
 #include "pipelinehost/hresulttext.h"
 
 namespace pipelinehost {
+namespace {
+
+// A system call per megabyte of output instead of one per chunk, and little memory per job.
+constexpr std::size_t kWriteBufferBytes = 1024 * 1024;
+constexpr HRESULT kWriteFault = static_cast<HRESULT>(0x8003001D);  // STG_E_WRITEFAULT
+
+HRESULT WriteAll(int file, const BYTE* first, std::size_t size)
+{
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t put = ::write(file, first + done, size - done);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            return errno == ENOSPC ? STG_E_MEDIUMFULL : kWriteFault;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return S_OK;
+}
+
+}  // namespace
 
 Microsoft::WRL::ComPtr<WriteStream> WriteStream::ToMemory()
 {
@@ -29,15 +52,12 @@ Microsoft::WRL::ComPtr<WriteStream> WriteStream::ToFile(const std::string& path)
     stream.Attach(new WriteStream);
     stream->file_ = file;
     stream->toFile_ = true;
+    stream->pending_.reserve(kWriteBufferBytes);
     return stream;
 }
 
-WriteStream::~WriteStream()
-{
-    if (file_ >= 0) {
-        ::close(file_);
-    }
-}
+// A filter that never closed its output still leaves every byte it wrote in the file.
+WriteStream::~WriteStream() { CloseFile(); }
 
 void WriteStream::FailWritesWith(HRESULT hr, ULONGLONG afterBytes)
 {
@@ -79,7 +99,14 @@ ULONG WriteStream::WritesAfterClose() const
 ULONGLONG WriteStream::BytesWritten() const
 {
     std::lock_guard lock(mutex_);
+    Flush();
     return bytesWritten_;
+}
+
+HRESULT WriteStream::WriteFault() const
+{
+    std::lock_guard lock(mutex_);
+    return writeFault_;
 }
 
 std::vector<BYTE> WriteStream::Bytes() const
@@ -125,15 +152,23 @@ HRESULT WriteStream::WriteBytes(const void* buffer, ULONG size, ULONG* written)
 
 void WriteStream::Close()
 {
+    HRESULT fault = S_OK;
     {
         std::lock_guard lock(mutex_);
         ++closeCount_;
-        if (file_ >= 0) {
-            ::close(file_);
-            file_ = -1;
-        }
+        CloseFile();
+        fault = writeFault_;
     }
-    Record("writer.Close");
+    Record(fault == S_OK ? std::string("writer.Close") : "writer.Close -> " + HresultShort(fault));
+}
+
+void WriteStream::CloseFile()
+{
+    if (file_ >= 0) {
+        Flush();
+        ::close(file_);
+        file_ = -1;
+    }
 }
 
 HRESULT WriteStream::Store(const void* buffer, ULONG size)
@@ -150,18 +185,36 @@ HRESULT WriteStream::Store(const void* buffer, ULONG size)
         }
         return S_OK;
     }
-    ULONG done = 0;
-    while (done < size) {
-        const ssize_t put = ::write(file_, first + done, size - done);
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put <= 0) {
-            return errno == ENOSPC ? STG_E_MEDIUMFULL : static_cast<HRESULT>(0x8003001D);  // STG_E_WRITEFAULT
-        }
-        done += static_cast<ULONG>(put);
+    return StoreInFile(first, size);
+}
+
+// A fault the file gives while the buffer goes out fails the write that sent it there, though the
+// bytes it refused may be those of earlier writes that were told they succeeded: the filter hears
+// of it at the first call that can still report it, and every later write fails alike, as the
+// file no longer matches what the filter was told. A fault found by Close or BytesWritten has no
+// call left to fail; Close logs it.
+HRESULT WriteStream::StoreInFile(const BYTE* first, ULONG size)
+{
+    if (pending_.size() + size > kWriteBufferBytes) {
+        Flush();
     }
-    return S_OK;
+    if (FAILED(writeFault_)) {
+        return writeFault_;
+    }
+    if (size >= kWriteBufferBytes) {
+        writeFault_ = WriteAll(file_, first, size);
+    } else {
+        pending_.insert(pending_.end(), first, first + size);
+    }
+    return writeFault_;
+}
+
+void WriteStream::Flush() const
+{
+    if (writeFault_ == S_OK && !pending_.empty()) {
+        writeFault_ = WriteAll(file_, pending_.data(), pending_.size());
+    }
+    pending_.clear();
 }
 
 void WriteStream::Record(std::string call) const

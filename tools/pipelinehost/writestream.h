@@ -33,13 +33,20 @@ public:
     ULONG CloseCount() const;
     ULONG WriteCalls() const;
     ULONG WritesAfterClose() const;
+    // Every byte the stream took. For a file stream the file holds them once this returns, so a
+    // report that reads the count may look at the file.
     ULONGLONG BytesWritten() const;
+    // S_OK, or the first error the file gave. From then on the file may lack bytes that writes had
+    // been told were taken, and every later write fails with it.
+    HRESULT WriteFault() const;
     // The bytes of a memory stream; empty for a file stream.
     std::vector<BYTE> Bytes() const;
 
     // E_POINTER for a null buffer (with a count) or count; E_UNEXPECTED after Close.
     HRESULT WriteBytes(const void* buffer, ULONG size, ULONG* written) override;
     // Hands the output on; a file is closed here. Every call is counted, so a second one shows.
+    // Close cannot fail, so a file that lacks bytes (see WriteFault) is logged as "writer.Close ->"
+    // with the error.
     void Close() override;
 
 private:
@@ -50,11 +57,20 @@ private:
     ~WriteStream() override;
 
     HRESULT Store(const void* buffer, ULONG size);
+    HRESULT StoreInFile(const BYTE* first, ULONG size);
+    void Flush() const;
+    void CloseFile();
     void Record(std::string call) const;
 
     mutable std::mutex mutex_;
     int file_ = -1;
     bool toFile_ = false;
+    // The filter writes in small chunks; a system call per chunk would cost more than the copy, so
+    // they gather here and go to the file in one write when the buffer is full, on Close, on
+    // destruction and when BytesWritten is asked. That last one is a const query that must see the
+    // file, hence mutable: the buffer is how the file gets written, not what the stream holds.
+    mutable std::vector<BYTE> pending_;
+    mutable HRESULT writeFault_ = S_OK;
     std::vector<BYTE> bytes_;
     ULONGLONG bytesWritten_ = 0;
     ULONG writeCalls_ = 0;
