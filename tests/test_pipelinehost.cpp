@@ -1053,4 +1053,27 @@ TEST(PipelineHostProgramErrors, BadScaleAndModeOptionsGiveExitCode2AndOneLine)
     }
 }
 
+TEST(PipelineHostManyJobs, SummaryTellsWhatTheProcessHeldAtTheStartWarmAndAtTheEnd)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "machine");
+    const ProcessResult run = RunHost({"--input", SampleJob("sample.xps").string(), "--repeat", "20", "--threads", "2",
+                                       "--root", (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE},
+                                      folder);
+
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    const std::vector<std::string> resources = LinesStartingWith(run.out, "  resources start: ");
+    ASSERT_EQ(resources.size(), 1u) << run.out;
+    const std::string& line = resources[0];
+    const auto warm = line.find(" MB; warm: ");
+    const auto end = line.find(" MB; end: ");
+    EXPECT_TRUE(warm != std::string::npos && end != std::string::npos && warm < end) << line;
+    EXPECT_EQ(line.substr(line.size() - 3), " MB") << line;
+    // The same two workers are alive and idle at both moments, and a pass-through job keeps nothing.
+    const std::vector<std::string> growth = LinesStartingWith(run.out, "  growth    ");
+    ASSERT_EQ(growth.size(), 1u) << run.out;
+    EXPECT_EQ(growth[0].rfind("  growth    end - warm: +0 fds, +0 threads, ", 0), 0u) << growth[0];
+    EXPECT_GT(run.out.find("\n  resources start: "), run.out.find("\nSummary\n")) << run.out;
+}
+
 }  // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "pipelinehost/batchrunner.h"
 #include "pipelinehost/hresulttext.h"
 #include "pipelinehost/runreport.h"
 
@@ -56,7 +57,11 @@ std::string Fixed(double value, int decimals)
 }  // namespace
 
 BatchReport::BatchReport(std::ostream& out, std::size_t jobs, unsigned threads)
-    : out_(out), jobs_(jobs), threads_(static_cast<unsigned>(std::min<std::size_t>(threads, jobs)))
+    : out_(out),
+      jobs_(jobs),
+      threads_(static_cast<unsigned>(std::min<std::size_t>(threads, jobs))),
+      warmUpJobs_(BatchRunner::WarmUpJobs(jobs)),
+      start_(ProcessResources::Now())
 {
 }
 
@@ -79,6 +84,12 @@ void BatchReport::Add(std::size_t job, JobOutcome outcome)
         PrintLine(next->first, next->second);
         waiting_.erase(next);
         ++printed_;
+        if (printed_ == warmUpJobs_) {
+            warm_ = ProcessResources::Now();
+        }
+        if (printed_ == jobs_) {
+            end_ = ProcessResources::Now();
+        }
     }
     out_.flush();
 }
@@ -107,7 +118,21 @@ void BatchReport::PrintSummary(double elapsedSeconds, HRESULT canUnloadNow, bool
     PrintSetting(out_, "rate", (elapsedSeconds > 0 ? Fixed(static_cast<double>(jobs_) / elapsedSeconds, 1) : "-") +
                                    " jobs per second");
     PrintSetting(out_, "unload", DescribeUnload(canUnloadNow, unloaded));
+    PrintResources();
     out_.flush();
+}
+
+void BatchReport::PrintResources()
+{
+    const auto text = [](const std::optional<ProcessResources>& sample) {
+        return sample ? sample->Text() : std::string("unknown");
+    };
+    PrintSetting(out_, "resources",
+                 "start: " + text(start_) + "; warm: " + text(warm_) + "; end: " + text(end_));
+    // What the jobs after the warm-up left behind; a process that keeps what it takes shows it here.
+    if (warm_ && end_) {
+        PrintSetting(out_, "growth", "end - warm: " + end_->GrowthSince(*warm_));
+    }
 }
 
 bool BatchReport::AllSucceeded() const

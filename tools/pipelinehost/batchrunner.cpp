@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <exception>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -20,12 +22,30 @@ BatchRunner::BatchRunner(const FilterModule& module, const JobSettings& settings
 
 double BatchRunner::Run(const JobInputs& inputs, unsigned threads, const OutcomeSink& sink) const
 {
+    const std::size_t count = inputs.Count();
+    const std::size_t warm = WarmUpJobs(count);
     std::atomic<std::size_t> next{0};
+    std::mutex mutex;
+    std::condition_variable doneChanged;
+    std::size_t done = 0;  // jobs whose sink call has returned
+    const auto waitUntilDone = [&](std::size_t jobs) {
+        std::unique_lock lock(mutex);
+        doneChanged.wait(lock, [&] { return done >= jobs; });
+    };
     const auto work = [&] {
         const ComApartment apartment;
-        for (std::size_t job = next++; job < inputs.Count(); job = next++) {
+        for (std::size_t job = next++; job < count; job = next++) {
+            if (job >= warm) {
+                waitUntilDone(warm);
+            }
             sink(job, RunJob(inputs[job]));
+            std::lock_guard lock(mutex);
+            ++done;
+            if (done == warm || done == count) {
+                doneChanged.notify_all();
+            }
         }
+        waitUntilDone(count);
     };
     const auto started = std::chrono::steady_clock::now();
     const std::size_t workers = std::min<std::size_t>(std::max(threads, 1u), inputs.Count());
@@ -44,6 +64,11 @@ double BatchRunner::Run(const JobInputs& inputs, unsigned threads, const Outcome
         worker.join();
     }
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+}
+
+std::size_t BatchRunner::WarmUpJobs(std::size_t jobs)
+{
+    return std::max<std::size_t>((jobs + 9) / 10, 1);
 }
 
 JobOutcome BatchRunner::RunJob(const std::string& input) const
