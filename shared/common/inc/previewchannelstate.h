@@ -12,11 +12,16 @@
 
 class PreviewChannelState {
 public:
-    // Complete before the application starts and unchanged while it runs, so the handlers read
-    // them without a lock.
+    // Complete before the application starts and unchanged while it runs. A session collects them
+    // elsewhere and publishes them whole; the handlers read them under HoldData, so a request that
+    // came early would see either none or all of them, never half.
     PrintPreviewData data{};
     std::vector<PaperSourceEntry> paperSources;
     std::wstring softwareUrl;
+
+    std::unique_lock<std::mutex> HoldData() const;
+    // Takes over the collected data block, paper sources and URL.
+    void Publish(PreviewChannelState& collected);
 
     // Takes the first sizeof(PrintPreviewResult) bytes of a received payload; a later result
     // replaces an earlier one.
@@ -32,6 +37,7 @@ public:
     std::string ResultEncodedSettings() const;
 
 private:
+    mutable std::mutex m_dataLock;
     // The result arrives on the library's thread, which may still be storing it when the
     // application has already exited and the session reads it.
     mutable std::mutex m_resultLock;

@@ -3,6 +3,17 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
+
+std::unique_lock<std::mutex> PreviewChannelState::HoldData() const { return std::unique_lock<std::mutex>(m_dataLock); }
+
+void PreviewChannelState::Publish(PreviewChannelState& collected)
+{
+    const std::lock_guard<std::mutex> hold(m_dataLock);
+    data = collected.data;
+    paperSources = std::move(collected.paperSources);
+    softwareUrl = std::move(collected.softwareUrl);
+}
 
 void PreviewChannelState::StoreResult(const void* payload)
 {

@@ -45,6 +45,7 @@ std::int32_t PreviewMessageHandlers::Send(EPreviewMessage message, const void* p
 
 void PreviewMessageHandlers::OnDataRequest(const void* /*payload*/)
 {
+    const auto hold = m_state.HoldData();
     if (Send(PP_MSG_DATA, &m_state.data) != 0) {
         return;
     }
@@ -65,6 +66,7 @@ void PreviewMessageHandlers::OnDataRequest(const void* /*payload*/)
 void PreviewMessageHandlers::OnSoftwareUrlRequest(const void* /*payload*/)
 {
     MessageBuffer buffer{};
+    const auto hold = m_state.HoldData();
     const std::string url = Utf8OrEmpty(m_state.softwareUrl);
     if (url.size() <= buffer.size()) {
         std::memcpy(buffer.data(), url.data(), url.size());

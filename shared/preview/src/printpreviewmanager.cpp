@@ -204,12 +204,16 @@ bool PrintPreviewManager::StartPrintPreview(PTSettings& settings, PipelineProper
     handlers.Register();
     QXLOG_INFO(L"Register callbacks");
 
-    PreviewDataSet dataSet(state);
+    // Collected apart and published whole just before the launch, so the handlers, live from here
+    // on, never see a half-filled block.
+    PreviewChannelState collected;
+    PreviewDataSet dataSet(collected);
     dataSet.SetPrintPreviewData(settings, propertyBag, driverProperties);
-    state.data.pdlId = static_cast<std::uint32_t>(pdl);
+    collected.data.pdlId = static_cast<std::uint32_t>(pdl);
     PTSettings rollWidthSettings(settings);
-    state.data.rollWidth = static_cast<std::uint32_t>(GetAutorotateRollWidth(driverProperties, rollWidthSettings));
-    driverProperties.GetSoftwareUrl(state.softwareUrl);
+    collected.data.rollWidth =
+        static_cast<std::uint32_t>(GetAutorotateRollWidth(driverProperties, rollWidthSettings));
+    driverProperties.GetSoftwareUrl(collected.softwareUrl);
     if (driverProperties.HasBidiInformation()) {
         dataSet.SetPaperSourcesData(propertyBag, driverProperties.IsKoruOnly() != 0);
     }
@@ -224,6 +228,7 @@ bool PrintPreviewManager::StartPrintPreview(PTSettings& settings, PipelineProper
     dataSet.SetPrnFilePath(m_prnFilePath);
     QXLOG_INFO(L"Set Print Preview Data");
     QXLOG_INFO(L"Driver version: %s", GetDriverVersion(propertyBag.GetPrinterName()).c_str());
+    state.Publish(collected);
 
     const DWORD exitCode = ExecutePrintPreview(userToken, kPreviewVersion, inputPipeName, outputPipeName);
     QXLOG_INFO(L"Print Preview result: %s", exitCode == kExitPrint ? L"ok" : L"cancel");
