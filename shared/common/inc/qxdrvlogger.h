@@ -78,6 +78,9 @@ struct LogSite {
 // name without folder and extension ("unknownbase") of a site, converted once per site.
 const wchar_t* LogFunctionName(const char* prettyFunction);
 const wchar_t* LogFileName(const char* sourceFile);
+// Frees the names of the sites logged so far; the log calls it at teardown, once its last record
+// is written.
+void ReleaseLogSiteNames();
 
 void LogAt(LogLevel level, const LogSite& site, const wchar_t* format, ...);
 

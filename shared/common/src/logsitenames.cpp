@@ -7,6 +7,7 @@
 #include <cstring>
 #include <cwchar>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -410,9 +411,20 @@ std::string FileNameOf(std::string_view path)
 }
 
 // Names are computed once per site and then shared by every record of that site, and queued
-// records point at them; so they are never freed, not even when the module unloads.
+// records point at them. They are freed when the log is torn down, after its last record is
+// written; a site that logs after that is named again.
 class InternedNames {
 public:
+    // Frees every name and the table's own storage, so that nothing of it outlives the module.
+    void Release()
+    {
+        std::lock_guard<std::mutex> hold(lock_);
+        for (const auto& entry : names_) {
+            delete[] entry.second;
+        }
+        std::unordered_map<const char*, const wchar_t*>().swap(names_);
+    }
+
     template <class Convert>
     const wchar_t* Get(const char* key, Convert convert)
     {
@@ -439,17 +451,19 @@ private:
     std::unordered_map<const char*, const wchar_t*> names_;
 };
 
-InternedNames& FunctionNames()
+// Never destroyed, since a destructor that runs during exit may still log; it lives in static
+// storage rather than on the heap, so that once released nothing of it is left behind when the
+// module unloads.
+template <int Table>
+InternedNames& NamesTable()
 {
-    static auto* names = new InternedNames;
+    alignas(InternedNames) static unsigned char storage[sizeof(InternedNames)];
+    static InternedNames* names = new (storage) InternedNames;
     return *names;
 }
 
-InternedNames& FileNames()
-{
-    static auto* names = new InternedNames;
-    return *names;
-}
+InternedNames& FunctionNames() { return NamesTable<0>(); }
+InternedNames& FileNames() { return NamesTable<1>(); }
 
 }  // namespace
 
@@ -492,4 +506,10 @@ void LogAt(LogLevel level, const LogSite& site, const wchar_t* format, ...)
         va_end(args);
     } catch (...) {
     }
+}
+
+void ReleaseLogSiteNames()
+{
+    FunctionNames().Release();
+    FileNames().Release();
 }

@@ -186,6 +186,9 @@ QXDrvLogger::~QXDrvLogger()
     } catch (...) {
     }
     g_live.store(nullptr);
+    if (!m_writer.joinable()) {
+        ReleaseLogSiteNames();
+    }
     if (m_mutex != nullptr) {
         ::CloseHandle(m_mutex);
     }
