@@ -33,6 +33,7 @@
 #include "pipelinehost/readstream.h"
 #include "pipelinehost/writestream.h"
 #include "previewinstall.h"
+#include "filterjob.h"
 #include "testmachine.h"
 #include "textconversion.h"
 #include "tickettext.h"
@@ -314,36 +315,9 @@ private:
     platform::ScopedInstall<platform::IShell32> installShell32_;
 };
 
-platform::PrinterDescription FaultPrinter()
-{
-    platform::PrinterDescription printer;
-    printer.name = L"QX Fault Printer";
-    printer.port = L"USB001";
-    printer.driverName = L"QX LFP Class Driver";
-    printer.driverFileVersion = 0x0003000000070001ULL;
-    printer.driverPropertyBag = std::map<std::wstring, platform::DriverPropertyValue>{
-        {L"Platform", std::wstring(L"Mesa")},
-        {L"PDL", std::wstring(L"PS3")},
-        {L"MaxPrinterWidthInMicrons", LONG{1117600}},
-        {L"EncryptedPinSupported", std::wstring(L"None")},
-        {L"ConnectivityProtocolsSupported", std::wstring(L"USB")},
-        {L"SoftwareUrl", std::wstring(L"https://example.com/qx/software")},
-        {L"IsArssSupported", false},
-        {L"BidiInformation", false},
-        {L"ColorAdjustment", false},
-        {L"PureBlackAndWhiteSupported", false},
-        {L"CanDoCropLinesAndRBAAndAutoRotatePDF", false},
-    };
-    return printer;
-}
+platform::PrinterDescription FaultPrinter() { return testsupport::FilterPrinter(L"QX Fault Printer"); }
 
-std::vector<BYTE> Job(const std::wstring& ticketFeatures)
-{
-    testsupport::XpsJobPlan plan = testsupport::XpsJobPlan::Pages(1, 2);
-    plan.jobTicket = WideToUtf8(testsupport::Ticket(ticketFeatures));
-    const std::string bytes = testsupport::BuildXps(plan);
-    return std::vector<BYTE>(bytes.begin(), bytes.end());
-}
+std::vector<BYTE> Job(const std::wstring& ticketFeatures) { return testsupport::XpsJobBytes(ticketFeatures); }
 
 const std::wstring kPreviewOn = Option(L"ns0000:JobPrintPreview", L"ON");
 const std::wstring kPreviewOff = Option(L"ns0000:JobPrintPreview", L"OFF");

@@ -25,6 +25,7 @@
 #include "pipelinehost/propertybag.h"
 #include "pipelinehost/readstream.h"
 #include "pipelinehost/writestream.h"
+#include "filterjob.h"
 #include "jobcontext.h"
 #include "previewinstall.h"
 #include "testmachine.h"
@@ -42,44 +43,10 @@ using testsupport::Option;
 
 namespace {
 
-using DriverBag = std::map<std::wstring, DriverPropertyValue>;
-
-DriverBag FilterDriverBag()
-{
-    return {
-        {L"Platform", std::wstring(L"Mesa")},
-        {L"PDL", std::wstring(L"PS3")},
-        {L"MaxPrinterWidthInMicrons", LONG{1117600}},
-        {L"EncryptedPinSupported", std::wstring(L"None")},
-        {L"ConnectivityProtocolsSupported", std::wstring(L"USB")},
-        {L"SoftwareUrl", std::wstring(L"https://example.com/qx/software")},
-        {L"IsArssSupported", false},
-        {L"BidiInformation", false},
-        {L"ColorAdjustment", false},
-        {L"PureBlackAndWhiteSupported", false},
-        {L"CanDoCropLinesAndRBAAndAutoRotatePDF", false},
-    };
-}
-
-platform::PrinterDescription FilterPrinter(const std::wstring& name = L"QX Filter Printer")
-{
-    platform::PrinterDescription printer;
-    printer.name = name;
-    printer.port = L"USB001";
-    printer.driverName = L"QX LFP Class Driver";
-    printer.driverFileVersion = 0x0003000000070001ULL;
-    printer.driverPropertyBag = FilterDriverBag();
-    return printer;
-}
+using testsupport::FilterPrinter;
 
 // An XPS job of two letter pages whose job ticket carries the given features.
-std::vector<BYTE> Job(const std::wstring& ticketFeatures = L"")
-{
-    testsupport::XpsJobPlan plan = testsupport::XpsJobPlan::Pages(1, 2);
-    plan.jobTicket = WideToUtf8(testsupport::Ticket(ticketFeatures));
-    const std::string bytes = testsupport::BuildXps(plan);
-    return std::vector<BYTE>(bytes.begin(), bytes.end());
-}
+std::vector<BYTE> Job(const std::wstring& ticketFeatures = L"") { return testsupport::XpsJobBytes(ticketFeatures); }
 
 // A printer with the user's job queued on it, and the job's context in the pipeline's bag.
 class PrintJob {
