@@ -9,7 +9,6 @@
 // Commands:
 //   log:LEVEL:TEXT                 one record, TEXT (UTF-8) passed to "%s"
 //   hresult:HRESULT                the throw site's record for a failed HRESULT with a message
-//   long:LEVEL:LENGTH              one record of LENGTH characters "0123456789012..."
 //   burst:THREADS:COUNT:LEVEL:TAG  THREADS threads each logging "TAG t=<thread> i=<index>"
 #include <dirent.h>
 #include <dlfcn.h>
@@ -121,12 +120,6 @@ int RunCommand(const std::string& command)
         ProbeSite::Emit(std::atoi(parts[1].c_str()), platform::FromUtf8(Split(command, ':', 3)[2]));
     } else if (verb == "hresult" && parts.size() == 2) {
         ProbeSite::FailedHresult(static_cast<HRESULT>(std::strtoul(parts[1].c_str(), nullptr, 0)));
-    } else if (verb == "long" && parts.size() == 3) {
-        std::wstring text;
-        for (int i = 0; i < std::atoi(parts[2].c_str()); ++i) {
-            text += static_cast<wchar_t>(L'0' + i % 10);
-        }
-        ProbeSite::Emit(std::atoi(parts[1].c_str()), text);
     } else if (verb == "burst" && parts.size() == 5) {
         ProbeSite::Burst(std::atoi(parts[1].c_str()), std::atoi(parts[2].c_str()), std::atoi(parts[3].c_str()),
                          platform::FromUtf8(parts[4]));

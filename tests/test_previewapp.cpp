@@ -59,16 +59,10 @@ constexpr char kDocumentName8[] = "Plan \u00c4rger \u2013 \u03a9 \U0001F5A8.pdf"
 
 // ---- The two libraries, loaded as the filter loads them -------------------------------------------
 
+// Loaded for the whole program, as the filter keeps its libraries loaded.
 class LoadedLibrary {
 public:
     explicit LoadedLibrary(const char* path) : m_handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
-    ~LoadedLibrary()
-    {
-        if (m_handle != nullptr) {
-            dlclose(m_handle);
-        }
-    }
-    bool IsLoaded() const { return m_handle != nullptr; }
     template <class Function>
     Function Export(const char* name) const
     {
@@ -76,9 +70,6 @@ public:
         return m_handle == nullptr ? nullptr
                                    : reinterpret_cast<Function>(reinterpret_cast<AnyFunction>(dlsym(m_handle, name)));
     }
-
-    LoadedLibrary(const LoadedLibrary&) = delete;
-    LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
 private:
     void* m_handle;
@@ -158,7 +149,6 @@ PrintPreviewData SampleData(const std::string& encodedSettings)
     PrintPreviewData data{};
     data.pureBlackAndWhiteSupported = 1;
     data.paperSourceQuerySupported = 1;
-    data.sizePassThrough = 0;
     data.platformId = 2;
     data.copies = 3;
     data.pageCount = 12;
@@ -501,7 +491,12 @@ protected:
 
     void TearDown() override { FilterSide::Get().Close(); }
 
-    void OpenFilter(FilterSide::Answers answers = {}) { FilterSide::Get().Open(m_incoming, m_outgoing, answers); }
+    // A run before in the same test leaves neither its pipe nor its results.
+    void OpenFilter(FilterSide::Answers answers = {})
+    {
+        FilterSide::Get().Close();
+        FilterSide::Get().Open(m_incoming, m_outgoing, answers);
+    }
 
     std::vector<std::string> FilterArguments() const
     {
@@ -518,24 +513,37 @@ protected:
     AppRun Run(const std::vector<std::string>& arguments, Environment variables,
                const std::string& input = std::string())
     {
+        std::filesystem::remove(ReportPath());
         variables.emplace("QXPREVIEW_REPORT", ReportPath().string());
         return RunPreviewApp(arguments, variables, m_folder.Path(), input);
     }
 
     std::filesystem::path ReportPath() const { return m_folder.Path() / "report.json"; }
-    std::filesystem::path FolderFile(const char* name) const { return m_folder.Path() / name; }
 
-    json Report() const
-    {
-        const std::string text = ReadFile(ReportPath());
-        return json::parse(text, nullptr, false);
-    }
+    json Report() const { return json::parse(ReadFile(ReportPath()), nullptr, false); }
 
     Bytes AcceptedResult() const { return BytesOf(UnchangedResult(m_encoded)); }
 
-    std::optional<MorvikSettingsRecord> DecodedResultSettings(const Bytes& result) const
+    // The result the filter received; fails the test when none came.
+    Bytes Result() const
     {
-        return Encoding::Get().Decode(ResultOf(result).encodedSettings);
+        const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
+        EXPECT_TRUE(result.has_value());
+        return result.value_or(Bytes(sizeof(PrintPreviewResult), 0));
+    }
+
+    // The settings the result carries, with the expected changes over the job's.
+    void ExpectResultSettings(const Bytes& result, const std::map<MorvikField, std::int32_t>& changes) const
+    {
+        MorvikSettingsRecord expected = m_settings;
+        for (const auto& [field, value] : changes) {
+            expected.fields[field] = value;
+        }
+        const std::optional<MorvikSettingsRecord> decoded = Encoding::Get().Decode(ResultOf(result).encodedSettings);
+        ASSERT_TRUE(decoded.has_value()) << ResultOf(result).encodedSettings;
+        for (std::size_t i = 0; i < kMorvikFieldCount; ++i) {
+            EXPECT_EQ(decoded->fields[i], expected.fields[i]) << "field " << i;
+        }
     }
 
     void ExpectNoResult() const { EXPECT_FALSE(FilterSide::Get().WaitForResult(kSettle).has_value()); }
@@ -547,48 +555,24 @@ protected:
     std::string m_outgoing;
 };
 
-void ExpectSameRecord(const MorvikSettingsRecord& actual, const MorvikSettingsRecord& expected)
-{
-    for (std::size_t i = 0; i < kMorvikFieldCount; ++i) {
-        EXPECT_EQ(actual.fields[i], expected.fields[i]) << "field " << i;
-    }
-}
-
 const std::vector<std::int32_t> kWholeConversation = {PP_MSG_DATA, PP_MSG_PAPER_SOURCE, PP_MSG_PAPER_SOURCE,
                                                        PP_MSG_PAPER_SOURCE, PP_MSG_PAPER_SOURCE_END,
                                                        PP_MSG_SOFTWARE_URL};
 
 // ---- Accepting the job ---------------------------------------------------------------------------
 
-TEST_F(PreviewAppTest, AcceptSendsTheSettingsTextAndScalingBackUnchanged)
-{
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "accept"}});
-
-    EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    EXPECT_EQ(*result, AcceptedResult());
-    EXPECT_EQ(FilterSide::Get().ResultCount(), 1u);
-}
-
-TEST_F(PreviewAppTest, WithoutModeAndWithoutTerminalTheJobIsAccepted)
+// Without a mode and without a terminal the job is accepted; the report holds everything the
+// filter sent, the settings decoded by name, and the result.
+TEST_F(PreviewAppTest, AcceptSendsTheSettingsTextAndScalingBackUnchangedAndReportsTheJob)
 {
     const AppRun run = RunWithFilter({});
-
-    EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    EXPECT_EQ(*result, AcceptedResult());
-    EXPECT_EQ(Report()["mode"], "accept");
-}
-
-TEST_F(PreviewAppTest, ReportHoldsEverythingTheFilterSent)
-{
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "accept"}});
     ASSERT_EQ(run.ExitCode(), 0) << run.err;
+    EXPECT_EQ(Result(), AcceptedResult());
+    EXPECT_EQ(FilterSide::Get().ResultCount(), 1u);
 
     const json report = Report();
     ASSERT_FALSE(report.is_discarded());
+    EXPECT_EQ(report["mode"], "accept");
     EXPECT_EQ(report["version"], "61.2405.0.0");
     EXPECT_EQ(report["inputPipe"], m_incoming);
     EXPECT_EQ(report["outputPipe"], m_outgoing);
@@ -619,34 +603,19 @@ TEST_F(PreviewAppTest, ReportHoldsEverythingTheFilterSent)
     EXPECT_EQ(report["exitCode"], 0);
     EXPECT_TRUE(report["error"].is_null());
     EXPECT_TRUE(report["signal"].is_null());
-}
 
-TEST_F(PreviewAppTest, ReportShowsTheSettingsDecodedByName)
-{
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "accept"}});
-    ASSERT_EQ(run.ExitCode(), 0) << run.err;
-
-    const json settings = Report()["settings"];
+    const json& settings = report["settings"];
     EXPECT_EQ(settings["decoded"], true);
     EXPECT_EQ(settings["fields"].get<std::vector<std::int32_t>>(),
               std::vector<std::int32_t>(std::begin(m_settings.fields), std::end(m_settings.fields)));
-    const json& named = settings["named"];
-    EXPECT_EQ(named["format"], 2);
-    EXPECT_EQ(named["inputBin"], 3);
-    EXPECT_EQ(named["rotation"], 0);
-    EXPECT_EQ(named["outputColor"], 1);
-    EXPECT_EQ(named["scalingMode"], 2);
-    EXPECT_EQ(named["mediaType"], 14);
-    EXPECT_EQ(named["alwaysOne"], 1);
-    EXPECT_EQ(named["collate"], -1);
-}
+    const std::map<std::string, std::int32_t> named = {{"format", 2},      {"inputBin", 3},  {"rotation", 0},
+                                                       {"outputColor", 1}, {"scalingMode", 2}, {"mediaType", 14},
+                                                       {"alwaysOne", 1},   {"collate", -1}};
+    for (const auto& [name, value] : named) {
+        EXPECT_EQ(settings["named"][name], value) << name;
+    }
 
-TEST_F(PreviewAppTest, ReportHoldsTheResultSent)
-{
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "accept"}});
-    ASSERT_EQ(run.ExitCode(), 0) << run.err;
-
-    const json result = Report()["result"];
+    const json& result = report["result"];
     EXPECT_EQ(result["message"], 106);
     EXPECT_EQ(result["size"], 528);
     EXPECT_EQ(result["status"], 0);
@@ -656,27 +625,23 @@ TEST_F(PreviewAppTest, ReportHoldsTheResultSent)
     EXPECT_EQ(result["block"], expectedBlock);
 }
 
-TEST_F(PreviewAppTest, SettingsTextThatDoesNotDecodeIsStillReturnedOnAccept)
+TEST_F(PreviewAppTest, SettingsTextThatDoesNotDecodeIsReturnedOnAcceptAndEndsAChangeWithoutResult)
 {
     FilterSide::Get().Prepare(SampleData("not a settings text"), SampleSources());
 
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "accept"}});
-
-    EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    EXPECT_EQ(*result, BytesOf(UnchangedResult("not a settings text")));
+    const AppRun accepted = RunWithFilter({{"QXPREVIEW_MODE", "accept"}});
+    EXPECT_EQ(accepted.ExitCode(), 0) << accepted.err;
+    EXPECT_EQ(Result(), BytesOf(UnchangedResult("not a settings text")));
     EXPECT_EQ(Report()["settings"], json({{"decoded", false}}));
+
+    const AppRun changed = RunWithFilter({{"QXPREVIEW_MODE", "change"}, {"QXPREVIEW_INPUT_BIN", "2"}});
+    EXPECT_EQ(changed.ExitCode(), 6);
+    EXPECT_NE(changed.err.find("the settings text of the job does not decode"), std::string::npos) << changed.err;
+    ExpectNoResult();
+    EXPECT_EQ(Report()["error"], "the settings text of the job does not decode");
 }
 
 // ---- Changing the job ------------------------------------------------------------------------------
-
-struct ChangeCase {
-    const char* name;
-    Environment variables;
-    std::map<MorvikField, std::int32_t> settings;  // fields expected changed, the others stay
-    PrintPreviewResult scaling;                    // expected scaling values of the result
-};
 
 PrintPreviewResult Scaling(std::uint32_t width, std::uint32_t height, std::uint32_t option, std::uint32_t percentage)
 {
@@ -688,108 +653,45 @@ PrintPreviewResult Scaling(std::uint32_t width, std::uint32_t height, std::uint3
     return result;
 }
 
-void PrintTo(const ChangeCase& testCase, std::ostream* out)
+TEST_F(PreviewAppTest, ChangeSendsTheChangesAndKeepsTheRest)
 {
-    *out << testCase.name;
-}
-
-const ChangeCase kChangeCases[] = {
-    {"AllFourSettings",
-     {{"QXPREVIEW_INPUT_BIN", "5"}, {"QXPREVIEW_ROTATION", "1"}, {"QXPREVIEW_OUTPUT_COLOR", "0"},
-      {"QXPREVIEW_SCALING_MODE", "1"}},
-     {{kMorvikInputBin, 5}, {kMorvikRotation, 1}, {kMorvikOutputColor, 0}, {kMorvikScalingMode, 1}},
-     Scaling(610000, 914000, 2, 150)},
-    {"InputBinOnly", {{"QXPREVIEW_INPUT_BIN", "4"}}, {{kMorvikInputBin, 4}}, Scaling(610000, 914000, 2, 150)},
-    {"OutputColorToUnset", {{"QXPREVIEW_OUTPUT_COLOR", "-1"}}, {{kMorvikOutputColor, -1}},
-     Scaling(610000, 914000, 2, 150)},
-    {"FitToPaperValues",
-     {{"QXPREVIEW_SCALING_MODE", "3"}, {"QXPREVIEW_FIT_WIDTH", "420000"}, {"QXPREVIEW_FIT_HEIGHT", "594000"},
-      {"QXPREVIEW_FIT_OPTION", "1"}},
-     {{kMorvikScalingMode, 3}},
-     Scaling(420000, 594000, 1, 150)},
-    {"PercentageOnly", {{"QXPREVIEW_SCALING_PERCENTAGE", "75"}}, {}, Scaling(610000, 914000, 2, 75)},
-};
-
-class ChangeTest : public PreviewAppTest, public testing::WithParamInterface<ChangeCase> {};
-
-TEST_P(ChangeTest, ResultCarriesTheChangesAndKeepsTheRest)
-{
-    Environment variables = GetParam().variables;
-    variables.emplace("QXPREVIEW_MODE", "change");
-
-    const AppRun run = RunWithFilter(variables);
-
-    EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    const PrintPreviewResult block = ResultOf(*result);
-    EXPECT_EQ(block.fitToPaperWidth, GetParam().scaling.fitToPaperWidth);
-    EXPECT_EQ(block.fitToPaperHeight, GetParam().scaling.fitToPaperHeight);
-    EXPECT_EQ(block.fitToPaperOption, GetParam().scaling.fitToPaperOption);
-    EXPECT_EQ(block.scalingPercentage, GetParam().scaling.scalingPercentage);
-    MorvikSettingsRecord expected = m_settings;
-    for (const auto& [field, value] : GetParam().settings) {
-        expected.fields[field] = value;
+    const struct {
+        const char* name;
+        Environment variables;
+        std::map<MorvikField, std::int32_t> settings;  // fields expected changed, the others stay
+        PrintPreviewResult scaling;                    // expected scaling values of the result
+    } cases[] = {
+        {"all four settings",
+         {{"QXPREVIEW_INPUT_BIN", "5"}, {"QXPREVIEW_ROTATION", "1"}, {"QXPREVIEW_OUTPUT_COLOR", "0"},
+          {"QXPREVIEW_SCALING_MODE", "1"}},
+         {{kMorvikInputBin, 5}, {kMorvikRotation, 1}, {kMorvikOutputColor, 0}, {kMorvikScalingMode, 1}},
+         Scaling(610000, 914000, 2, 150)},
+        {"output color to unset", {{"QXPREVIEW_OUTPUT_COLOR", "-1"}}, {{kMorvikOutputColor, -1}},
+         Scaling(610000, 914000, 2, 150)},
+        {"fit to paper values",
+         {{"QXPREVIEW_SCALING_MODE", "3"}, {"QXPREVIEW_FIT_WIDTH", "420000"}, {"QXPREVIEW_FIT_HEIGHT", "594000"},
+          {"QXPREVIEW_FIT_OPTION", "1"}},
+         {{kMorvikScalingMode, 3}},
+         Scaling(420000, 594000, 1, 150)},
+        {"percentage only", {{"QXPREVIEW_SCALING_PERCENTAGE", "75"}}, {}, Scaling(610000, 914000, 2, 75)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Environment variables = c.variables;
+        variables.emplace("QXPREVIEW_MODE", "change");
+        const AppRun run = RunWithFilter(variables);
+        EXPECT_EQ(run.ExitCode(), 0) << run.err;
+        const Bytes result = Result();
+        const PrintPreviewResult block = ResultOf(result);
+        EXPECT_EQ(block.fitToPaperWidth, c.scaling.fitToPaperWidth);
+        EXPECT_EQ(block.fitToPaperHeight, c.scaling.fitToPaperHeight);
+        EXPECT_EQ(block.fitToPaperOption, c.scaling.fitToPaperOption);
+        EXPECT_EQ(block.scalingPercentage, c.scaling.scalingPercentage);
+        ExpectResultSettings(result, c.settings);
+        // The filter tells a change from the text alone.
+        EXPECT_EQ(std::string(block.encodedSettings) != m_encoded, !c.settings.empty());
     }
-    const std::optional<MorvikSettingsRecord> decoded = DecodedResultSettings(*result);
-    ASSERT_TRUE(decoded.has_value()) << block.encodedSettings;
-    ExpectSameRecord(*decoded, expected);
-    // The filter tells a change from the text alone.
-    EXPECT_EQ(std::string(block.encodedSettings) != m_encoded, !GetParam().settings.empty());
 }
-
-INSTANTIATE_TEST_SUITE_P(Changes, ChangeTest, testing::ValuesIn(kChangeCases),
-                         [](const testing::TestParamInfo<ChangeCase>& info) { return info.param.name; });
-
-TEST_F(PreviewAppTest, ChangeOfSettingsThatDoNotDecodeEndsWithoutResult)
-{
-    FilterSide::Get().Prepare(SampleData("not a settings text"), SampleSources());
-
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "change"}, {"QXPREVIEW_INPUT_BIN", "2"}});
-
-    EXPECT_EQ(run.ExitCode(), 6);
-    EXPECT_NE(run.err.find("the settings text of the job does not decode"), std::string::npos) << run.err;
-    ExpectNoResult();
-    EXPECT_EQ(Report()["error"], "the settings text of the job does not decode");
-}
-
-// ---- Verdicts without a result ---------------------------------------------------------------
-
-struct NoResultCase {
-    const char* name;
-    Environment variables;
-    int exitCode;
-};
-
-void PrintTo(const NoResultCase& testCase, std::ostream* out)
-{
-    *out << testCase.name;
-}
-
-const NoResultCase kNoResultCases[] = {
-    {"Cancel", {{"QXPREVIEW_MODE", "cancel"}}, 1},
-    {"Silent", {{"QXPREVIEW_MODE", "silent"}}, 0},
-    {"ExitWithDefaultCode", {{"QXPREVIEW_MODE", "exit"}}, 2},
-    {"ExitWithCodeZero", {{"QXPREVIEW_MODE", "exit"}, {"QXPREVIEW_EXIT_CODE", "0"}}, 0},
-    {"ExitWithCodeNine", {{"QXPREVIEW_MODE", "exit"}, {"QXPREVIEW_EXIT_CODE", "9"}}, 9},
-};
-
-class NoResultTest : public PreviewAppTest, public testing::WithParamInterface<NoResultCase> {};
-
-TEST_P(NoResultTest, ExitsWithTheCodeAfterTheWholeConversation)
-{
-    const AppRun run = RunWithFilter(GetParam().variables);
-
-    EXPECT_EQ(run.ExitCode(), GetParam().exitCode) << run.err;
-    ExpectNoResult();
-    const json report = Report();
-    EXPECT_EQ(report["messages"].get<std::vector<std::int32_t>>(), kWholeConversation);
-    EXPECT_TRUE(report["result"].is_null());
-    EXPECT_EQ(report["exitCode"], GetParam().exitCode);
-}
-
-INSTANTIATE_TEST_SUITE_P(Verdicts, NoResultTest, testing::ValuesIn(kNoResultCases),
-                         [](const testing::TestParamInfo<NoResultCase>& info) { return info.param.name; });
 
 // ---- Misbehaving applications ------------------------------------------------------------------
 
@@ -798,13 +700,12 @@ TEST_F(PreviewAppTest, GarbageIsAFullResultOfRandomBytes)
     const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "garbage"}});
 
     EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    EXPECT_NE(*result, AcceptedResult());
+    const Bytes result = Result();
+    EXPECT_NE(result, AcceptedResult());
     const json sent = Report()["result"];
     EXPECT_EQ(sent["size"], 528);
     std::ostringstream hex;
-    for (const std::uint8_t byte : *result) {
+    for (const std::uint8_t byte : result) {
         hex << std::hex << (byte >> 4) << (byte & 0x0F);
     }
     EXPECT_EQ(sent["hex"], hex.str());
@@ -815,11 +716,9 @@ TEST_F(PreviewAppTest, ShortResultIsTheFirstHundredBytesOfTheUnchangedOne)
     const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "short"}});
 
     EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
     Bytes expected = AcceptedResult();
     std::fill(expected.begin() + 100, expected.end(), 0);
-    EXPECT_EQ(*result, expected);
+    EXPECT_EQ(Result(), expected);
     EXPECT_EQ(Report()["result"]["size"], 100);
 }
 
@@ -852,35 +751,31 @@ TEST_F(PreviewAppTest, CrashAbortsAfterTheJobArrived)
 
 // ---- A filter that does not answer -------------------------------------------------------------
 
-TEST_F(PreviewAppTest, FilterThatNeverAnswersEndsTheWaitWithCodeFour)
+TEST_F(PreviewAppTest, FilterThatKeepsAnAnswerEndsTheWaitWithCodeFour)
 {
-    OpenFilter({false, false});
-
-    const AppRun run = Run(FilterArguments(), {{"QXPREVIEW_TIMEOUT_MS", kShortTimeoutMs}});
-
-    EXPECT_EQ(run.ExitCode(), 4);
-    EXPECT_GE(run.elapsed, 300ms);
-    EXPECT_LT(run.elapsed, 5s);
-    const std::string message =
-        "the filter did not send the job data and the end of the paper sources within 300 ms";
-    EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
-    const json report = Report();
-    EXPECT_EQ(report["error"], message);
-    EXPECT_EQ(report["messages"], json::array());
-    EXPECT_EQ(report["exitCode"], 4);
-}
-
-TEST_F(PreviewAppTest, FilterThatKeepsTheSoftwareUrlEndsTheWaitWithCodeFour)
-{
-    OpenFilter({true, false});
-
-    const AppRun run = Run(FilterArguments(), {{"QXPREVIEW_TIMEOUT_MS", kShortTimeoutMs}});
-
-    EXPECT_EQ(run.ExitCode(), 4);
-    EXPECT_NE(run.err.find("the filter did not send the software URL within 300 ms"), std::string::npos) << run.err;
-    ExpectNoResult();
     const std::vector<std::int32_t> dataOnly(kWholeConversation.begin(), kWholeConversation.end() - 1);
-    EXPECT_EQ(Report()["messages"].get<std::vector<std::int32_t>>(), dataOnly);
+    const struct {
+        FilterSide::Answers answers;
+        std::string message;
+        std::vector<std::int32_t> messages;
+    } cases[] = {
+        {{false, false}, "the filter did not send the job data and the end of the paper sources within 300 ms", {}},
+        {{true, false}, "the filter did not send the software URL within 300 ms", dataOnly},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.message);
+        OpenFilter(c.answers);
+        const AppRun run = Run(FilterArguments(), {{"QXPREVIEW_TIMEOUT_MS", kShortTimeoutMs}});
+        EXPECT_EQ(run.ExitCode(), 4);
+        EXPECT_GE(run.elapsed, 300ms);
+        EXPECT_LT(run.elapsed, 5s);
+        EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+        ExpectNoResult();
+        const json report = Report();
+        EXPECT_EQ(report["error"], c.message);
+        EXPECT_EQ(report["messages"].get<std::vector<std::int32_t>>(), c.messages);
+        EXPECT_EQ(report["exitCode"], 4);
+    }
 }
 
 TEST_F(PreviewAppTest, FilterPipeThatDoesNotExistEndsAtOnceWithCodeFour)
@@ -893,108 +788,76 @@ TEST_F(PreviewAppTest, FilterPipeThatDoesNotExistEndsAtOnceWithCodeFour)
         << run.err;
 }
 
-// ---- The command line ----------------------------------------------------------------------------
+// ---- The command line and the libraries ----------------------------------------------------------
 
-struct ArgumentCase {
-    const char* name;
-    std::vector<std::string> arguments;
-    const char* message;
-};
-
-void PrintTo(const ArgumentCase& testCase, std::ostream* out)
+TEST_F(PreviewAppTest, ABadCommandLineIsRefusedWithCodeThreeAndNoReport)
 {
-    *out << testCase.name;
+    const struct {
+        std::vector<std::string> arguments;
+        const char* message;
+    } cases[] = {
+        {{}, "missing argument --Version=<value>"},
+        {{"--Version=61.2405.0.0"}, "missing argument --Input=<value>"},
+        {{"--Version=61.2405.0.0", "--Input=abc_IN"}, "missing argument --Output=<value>"},
+        {{"--Version=61.2405.0.0", "--Input=", "--Output=abc_OUT"}, "missing argument --Input=<value>"},
+        {{"--Version=1", "--Input=a", "--Output=b", "--Verbose"}, "unknown argument: --Verbose"},
+        {{"--Version=1", "--input=a", "--Output=b"}, "unknown argument: --input=a"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.message);
+        const AppRun run = Run(c.arguments, {{"QXPREVIEW_MODE", "accept"}});
+        EXPECT_EQ(run.ExitCode(), 3);
+        EXPECT_EQ(run.err.rfind(std::string("qxpreviewapp: ") + c.message + "\nusage: ", 0), 0u) << run.err;
+        EXPECT_FALSE(std::filesystem::exists(ReportPath()));
+    }
 }
 
-const ArgumentCase kArgumentCases[] = {
-    {"Nothing", {}, "missing argument --Version=<value>"},
-    {"VersionOnly", {"--Version=61.2405.0.0"}, "missing argument --Input=<value>"},
-    {"NoOutput", {"--Version=61.2405.0.0", "--Input=abc_IN"}, "missing argument --Output=<value>"},
-    {"EmptyInput", {"--Version=61.2405.0.0", "--Input=", "--Output=abc_OUT"}, "missing argument --Input=<value>"},
-    {"UnknownArgument", {"--Version=1", "--Input=a", "--Output=b", "--Verbose"}, "unknown argument: --Verbose"},
-    {"WrongCase", {"--Version=1", "--input=a", "--Output=b"}, "unknown argument: --input=a"},
-};
-
-class ArgumentTest : public PreviewAppTest, public testing::WithParamInterface<ArgumentCase> {};
-
-TEST_P(ArgumentTest, IsRefusedWithCodeThree)
+TEST_F(PreviewAppTest, ALibraryThatCannotBeUsedEndsWithCodeFive)
 {
-    const AppRun run = Run(GetParam().arguments, {{"QXPREVIEW_MODE", "accept"}});
-
-    EXPECT_EQ(run.ExitCode(), 3);
-    EXPECT_EQ(run.err.rfind(std::string("qxpreviewapp: ") + GetParam().message + "\nusage: ", 0), 0u) << run.err;
-    EXPECT_FALSE(std::filesystem::exists(ReportPath()));
-}
-
-INSTANTIATE_TEST_SUITE_P(CommandLine, ArgumentTest, testing::ValuesIn(kArgumentCases),
-                         [](const testing::TestParamInfo<ArgumentCase>& info) { return info.param.name; });
-
-TEST_F(PreviewAppTest, MissingCommunicationLibraryEndsWithCodeFive)
-{
-    std::vector<std::string> arguments = FilterArguments();
-    arguments.push_back("--library=/nonexistent/libqxicl.so");
-
-    const AppRun run = Run(arguments, {});
-
-    EXPECT_EQ(run.ExitCode(), 5);
-    EXPECT_NE(run.err.find("cannot load /nonexistent/libqxicl.so"), std::string::npos) << run.err;
-}
-
-TEST_F(PreviewAppTest, EncodingLibraryWithoutItsExportsEndsWithCodeFive)
-{
-    std::vector<std::string> arguments = FilterArguments();
-    arguments.push_back(std::string("--encoding-library=") + QXICL_PATH);
-
-    const AppRun run = Run(arguments, {});
-
-    EXPECT_EQ(run.ExitCode(), 5);
-    EXPECT_NE(run.err.find(std::string(QXICL_PATH) + " has no export EncodeFibonacciUnmanaged"), std::string::npos)
-        << run.err;
+    const std::pair<std::string, std::string> cases[] = {
+        {"--library=/nonexistent/libqxicl.so", "cannot load /nonexistent/libqxicl.so"},
+        {std::string("--encoding-library=") + QXICL_PATH,
+         std::string(QXICL_PATH) + " has no export EncodeFibonacciUnmanaged"},
+    };
+    for (const auto& [argument, message] : cases) {
+        std::vector<std::string> arguments = FilterArguments();
+        arguments.push_back(argument);
+        const AppRun run = Run(arguments, {});
+        EXPECT_EQ(run.ExitCode(), 5) << argument;
+        EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
+    }
 }
 
 // ---- Scripting -------------------------------------------------------------------------------
 
-struct ScriptCase {
-    const char* name;
-    const char* scriptFile;  // null: no file
-    Environment variables;
-    int exitCode;
-};
-
-void PrintTo(const ScriptCase& testCase, std::ostream* out)
+TEST_F(PreviewAppTest, TheScriptDecidesTheExitCode)
 {
-    *out << testCase.name;
-}
-
-const ScriptCase kScriptCases[] = {
-    {"ModeFromFile", "QXPREVIEW_MODE=cancel\n", {}, 1},
-    {"EnvironmentWinsOverFile", "QXPREVIEW_MODE=cancel\n", {{"QXPREVIEW_MODE", "silent"}}, 0},
-    {"CommentsBlanksAndSpaces", "# scripted exit\n\n  QXPREVIEW_MODE = exit\nQXPREVIEW_EXIT_CODE=6\n", {}, 6},
-    {"UnknownKeyInFile", "MODE=cancel\n", {}, 3},
-    {"LineWithoutValue", "QXPREVIEW_MODE\n", {}, 3},
-    {"UnknownMode", nullptr, {{"QXPREVIEW_MODE", "print"}}, 3},
-    {"ExitCodeOutOfRange", nullptr, {{"QXPREVIEW_MODE", "exit"}, {"QXPREVIEW_EXIT_CODE", "256"}}, 3},
-    {"SettingNotANumber", nullptr, {{"QXPREVIEW_MODE", "change"}, {"QXPREVIEW_ROTATION", "1x"}}, 3},
-    {"ZeroTimeout", nullptr, {{"QXPREVIEW_TIMEOUT_MS", "0"}}, 3},
-};
-
-class ScriptTest : public PreviewAppTest, public testing::WithParamInterface<ScriptCase> {};
-
-TEST_P(ScriptTest, DecidesTheExitCode)
-{
-    Environment variables = GetParam().variables;
-    if (GetParam().scriptFile != nullptr) {
-        WriteFile(FolderFile("script"), GetParam().scriptFile);
-        variables.emplace("QXPREVIEW_SCRIPT", FolderFile("script").string());
+    const struct {
+        const char* name;
+        const char* scriptFile;  // null: no file
+        Environment variables;
+        int exitCode;
+    } cases[] = {
+        {"mode from file", "QXPREVIEW_MODE=cancel\n", {}, 1},
+        {"environment wins over file", "QXPREVIEW_MODE=cancel\n", {{"QXPREVIEW_MODE", "silent"}}, 0},
+        {"comments, blanks and spaces", "# scripted exit\n\n  QXPREVIEW_MODE = exit\nQXPREVIEW_EXIT_CODE=6\n", {}, 6},
+        {"unknown key in file", "MODE=cancel\n", {}, 3},
+        {"line without value", "QXPREVIEW_MODE\n", {}, 3},
+        {"exit code out of range", nullptr, {{"QXPREVIEW_MODE", "exit"}, {"QXPREVIEW_EXIT_CODE", "256"}}, 3},
+        {"setting not a number", nullptr, {{"QXPREVIEW_MODE", "change"}, {"QXPREVIEW_ROTATION", "1x"}}, 3},
+        {"zero timeout", nullptr, {{"QXPREVIEW_TIMEOUT_MS", "0"}}, 3},
+    };
+    const std::filesystem::path script = m_folder.Path() / "script";
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Environment variables = c.variables;
+        if (c.scriptFile != nullptr) {
+            WriteFile(script, c.scriptFile);
+            variables.emplace("QXPREVIEW_SCRIPT", script.string());
+        }
+        EXPECT_EQ(RunWithFilter(variables).ExitCode(), c.exitCode);
     }
-
-    const AppRun run = RunWithFilter(variables);
-
-    EXPECT_EQ(run.ExitCode(), GetParam().exitCode) << run.err;
 }
-
-INSTANTIATE_TEST_SUITE_P(Scripts, ScriptTest, testing::ValuesIn(kScriptCases),
-                         [](const testing::TestParamInfo<ScriptCase>& info) { return info.param.name; });
 
 TEST_F(PreviewAppTest, ScriptErrorNamesTheKeyAndValue)
 {
@@ -1006,7 +869,7 @@ TEST_F(PreviewAppTest, ScriptErrorNamesTheKeyAndValue)
 
 // ---- A person at the terminal ----------------------------------------------------------------
 
-TEST_F(PreviewAppTest, InteractiveShowsTheJob)
+TEST_F(PreviewAppTest, InteractiveShowsTheJobAndPrintWithoutChangesAccepts)
 {
     const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, "p\n");
 
@@ -1022,80 +885,31 @@ TEST_F(PreviewAppTest, InteractiveShowsTheJob)
     }
     // Unset settings are not shown.
     EXPECT_EQ(run.out.find("Collate"), std::string::npos);
-}
-
-TEST_F(PreviewAppTest, InteractivePrintWithoutChangesAccepts)
-{
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, "p\n");
-
-    EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    EXPECT_EQ(*result, AcceptedResult());
+    EXPECT_EQ(Result(), AcceptedResult());
     EXPECT_EQ(Report()["decision"], "accept");
 }
 
-TEST_F(PreviewAppTest, InteractiveChangesGoIntoTheResult)
+TEST_F(PreviewAppTest, InteractiveChangesGoIntoTheResultAndASecondChangeShowsTheFirst)
 {
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, "i\n7\nr\n1\no\nabc\ns\n3\np\n");
+    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, "i\n7\nr\n1\no\nabc\ns\n3\ni\n8\np\n");
 
     EXPECT_EQ(run.ExitCode(), 0) << run.err;
     EXPECT_NE(run.out.find("Input bin (now 3): "), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("Not a number; Output color stays as it was.\n"), std::string::npos) << run.out;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    MorvikSettingsRecord expected = m_settings;
-    expected.fields[kMorvikInputBin] = 7;
-    expected.fields[kMorvikRotation] = 1;
-    expected.fields[kMorvikScalingMode] = 3;
-    const std::optional<MorvikSettingsRecord> decoded = DecodedResultSettings(*result);
-    ASSERT_TRUE(decoded.has_value());
-    ExpectSameRecord(*decoded, expected);
+    EXPECT_NE(run.out.find("Input bin (now 7): "), std::string::npos) << run.out;
+    ExpectResultSettings(Result(), {{kMorvikInputBin, 8}, {kMorvikRotation, 1}, {kMorvikScalingMode, 3}});
     EXPECT_EQ(Report()["decision"], "change");
 }
 
-TEST_F(PreviewAppTest, InteractiveSecondChangeShowsTheFirst)
+TEST_F(PreviewAppTest, InteractiveCancelOrEndOfInputSendsNothingAndExitsWithOne)
 {
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, "i\n7\ni\n8\np\n");
-
-    EXPECT_EQ(run.ExitCode(), 0) << run.err;
-    EXPECT_NE(run.out.find("Input bin (now 7): "), std::string::npos) << run.out;
-    const std::optional<Bytes> result = FilterSide::Get().WaitForResult(kResultBound);
-    ASSERT_TRUE(result.has_value());
-    const std::optional<MorvikSettingsRecord> decoded = DecodedResultSettings(*result);
-    ASSERT_TRUE(decoded.has_value());
-    EXPECT_EQ(decoded->fields[kMorvikInputBin], 8);
+    for (const char* input : {"c\n", "i\n7\nc\n", "", "i\n"}) {
+        SCOPED_TRACE(testing::PrintToString(input));
+        const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, input);
+        EXPECT_EQ(run.ExitCode(), 1) << run.err;
+        ExpectNoResult();
+        EXPECT_EQ(Report()["decision"], "cancel");
+    }
 }
-
-struct InteractiveCancelCase {
-    const char* name;
-    const char* input;
-};
-
-void PrintTo(const InteractiveCancelCase& testCase, std::ostream* out)
-{
-    *out << testCase.name;
-}
-
-const InteractiveCancelCase kInteractiveCancelCases[] = {
-    {"Cancel", "c\n"},
-    {"CancelAfterAChange", "i\n7\nc\n"},
-    {"EndOfInput", ""},
-    {"EndOfInputInsideAChange", "i\n"},
-};
-
-class InteractiveCancelTest : public PreviewAppTest, public testing::WithParamInterface<InteractiveCancelCase> {};
-
-TEST_P(InteractiveCancelTest, SendsNothingAndExitsWithOne)
-{
-    const AppRun run = RunWithFilter({{"QXPREVIEW_MODE", "interactive"}}, GetParam().input);
-
-    EXPECT_EQ(run.ExitCode(), 1) << run.err;
-    ExpectNoResult();
-    EXPECT_EQ(Report()["decision"], "cancel");
-}
-
-INSTANTIATE_TEST_SUITE_P(Interactive, InteractiveCancelTest, testing::ValuesIn(kInteractiveCancelCases),
-                         [](const testing::TestParamInfo<InteractiveCancelCase>& info) { return info.param.name; });
 
 }  // namespace
