@@ -85,3 +85,8 @@ BOOL CreateProcessAsUserW(HANDLE hToken, LPCWSTR lpApplicationName, LPWSTR lpCom
 // Windows status of the matching crash: SIGABRT 0xC0000409 (a fast-fail abort), SIGSEGV and SIGBUS
 // 0xC0000005, SIGILL 0xC000001D, SIGFPE 0xC0000094, any other signal 0xC0000000 | signal number.
 BOOL GetExitCodeProcess(HANDLE hProcess, LPDWORD lpExitCode);
+
+// Ends the process at once (SIGKILL on the host); its exit code becomes uExitCode. A process that
+// has already ended fails with ERROR_ACCESS_DENIED, a handle that is not a process's with
+// ERROR_INVALID_HANDLE.
+BOOL TerminateProcess(HANDLE hProcess, UINT uExitCode);

@@ -17,6 +17,7 @@
 #include "msxml/domtext.h"
 #include "platform/comobject.h"
 #include "platform/simulatedmachine.h"
+#include "platform/systemapi.h"
 #include "platform/text.h"
 #include "simulatedmachinestate.h"
 
@@ -175,6 +176,9 @@ class BidiSpl final : public ComObject<BidiSpl, IBidiSpl2> {
 public:
     HRESULT BindDevice(const wchar_t* deviceName, DWORD access) override
     {
+        if (const HRESULT refused = ComMethodRefusal(); FAILED(refused)) {
+            return refused;
+        }
         if (access != BIDI_ACCESS_USER && access != BIDI_ACCESS_ADMINISTRATOR) {
             return E_INVALIDARG;
         }
@@ -201,6 +205,9 @@ public:
 
     HRESULT UnbindDevice() override
     {
+        if (const HRESULT refused = ComMethodRefusal(); FAILED(refused)) {
+            return refused;
+        }
         std::lock_guard<std::mutex> lock(mutex_);
         if (!boundPrinter_) {
             return E_HANDLE;
@@ -211,6 +218,9 @@ public:
 
     HRESULT SendRecvXMLString(BSTR request, BSTR* response) override
     {
+        if (const HRESULT refused = ComMethodRefusal(); FAILED(refused)) {
+            return refused;
+        }
         if (response == nullptr) {
             return E_POINTER;
         }

@@ -196,10 +196,25 @@ DWORD ChildProcess::ExitCode()
         return STILL_ACTIVE;
     }
     const int waitStatus = *status_->waitStatus;
+    if (status_->terminatedWith && WIFSIGNALED(waitStatus) && WTERMSIG(waitStatus) == SIGKILL) {
+        return *status_->terminatedWith;
+    }
     if (WIFSIGNALED(waitStatus)) {
         return CrashCodeOf(WTERMSIG(waitStatus));
     }
     return static_cast<DWORD>(WEXITSTATUS(waitStatus));
+}
+
+bool ChildProcess::Terminate(DWORD exitCode)
+{
+    // Under the lock the child has not been reaped, so its id cannot name another process yet.
+    std::lock_guard lock(status_->mutex);
+    if (status_->waitStatus) {
+        return false;
+    }
+    status_->terminatedWith = exitCode;
+    ::kill(id_, SIGKILL);
+    return true;
 }
 
 }  // namespace platform

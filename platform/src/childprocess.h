@@ -32,6 +32,8 @@ public:
     DWORD Wait(DWORD milliseconds) override;
     // STILL_ACTIVE while it runs, then its Windows exit code.
     DWORD ExitCode();
+    // Kills the running child, which then reports exitCode; false when it has already ended.
+    bool Terminate(DWORD exitCode);
     DWORD Id() const { return static_cast<DWORD>(id_); }
 
 private:
@@ -39,6 +41,7 @@ private:
         std::mutex mutex;
         std::condition_variable ended;
         std::optional<int> waitStatus;
+        std::optional<DWORD> terminatedWith;
     };
 
     explicit ChildProcess(pid_t id);

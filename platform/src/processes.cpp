@@ -151,4 +151,13 @@ BOOL Kernel32::GetExitCodeProcess(HANDLE process, LPDWORD exitCode)
     return TRUE;
 }
 
+BOOL Kernel32::TerminateProcess(HANDLE process, UINT exitCode)
+{
+    const auto child = HandleTable::FindAs<ChildProcess>(process);
+    if (!child) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    return child->Terminate(exitCode) ? TRUE : Fail(ERROR_ACCESS_DENIED);
+}
+
 }  // namespace platform

@@ -57,6 +57,12 @@ Slot<IShell32, Shell32>& Shell32Slot()
     return *slot;
 }
 
+Slot<IComObjects, ComObjects>& ComObjectsSlot()
+{
+    static auto* slot = new Slot<IComObjects, ComObjects>;
+    return *slot;
+}
+
 }  // namespace
 
 IKernel32& CurrentKernel32() { return Kernel32Slot().Current(); }
@@ -71,6 +77,8 @@ IUserEnv& CurrentUserEnv() { return UserEnvSlot().Current(); }
 IUserEnv* Install(IUserEnv* replacement) { return UserEnvSlot().Install(replacement); }
 IShell32& CurrentShell32() { return Shell32Slot().Current(); }
 IShell32* Install(IShell32* replacement) { return Shell32Slot().Install(replacement); }
+IComObjects& CurrentComObjects() { return ComObjectsSlot().Current(); }
+IComObjects* Install(IComObjects* replacement) { return ComObjectsSlot().Install(replacement); }
 
 }  // namespace platform
 
@@ -106,6 +114,7 @@ BOOL DeleteFileW(LPCWSTR lpFileName) { return CurrentKernel32().DeleteFileW(lpFi
 UINT GetTempFileNameW(LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique, LPWSTR lpTempFileName) { return CurrentKernel32().GetTempFileNameW(lpPathName, lpPrefixString, uUnique, lpTempFileName); }
 
 BOOL GetExitCodeProcess(HANDLE hProcess, LPDWORD lpExitCode) { return CurrentKernel32().GetExitCodeProcess(hProcess, lpExitCode); }
+BOOL TerminateProcess(HANDLE hProcess, UINT uExitCode) { return CurrentKernel32().TerminateProcess(hProcess, uExitCode); }
 
 HMODULE LoadLibraryW(LPCWSTR lpLibFileName) { return CurrentKernel32().LoadLibraryW(lpLibFileName); }
 FARPROC GetProcAddress(HMODULE hModule, LPCSTR lpProcName) { return CurrentKernel32().GetProcAddress(hModule, lpProcName); }

@@ -41,6 +41,7 @@ public:
     virtual UINT GetTempFileNameW(LPCWSTR pathName, LPCWSTR prefix, UINT unique, LPWSTR tempFileName) = 0;
 
     virtual BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode) = 0;
+    virtual BOOL TerminateProcess(HANDLE process, UINT exitCode) = 0;
 
     virtual HMODULE LoadLibraryW(LPCWSTR fileName) = 0;
     virtual FARPROC GetProcAddress(HMODULE module, LPCSTR procName) = 0;
@@ -120,6 +121,17 @@ public:
     virtual BOOL SHGetSpecialFolderPathW(HWND window, LPWSTR path, int csidl, BOOL create) = 0;
 };
 
+// The COM objects this platform serves (the XPS object model, MSXML, bidi): each of their methods
+// asks here before it runs, so that a double can fail any one of them.
+class IComObjects {
+public:
+    virtual ~IComObjects() = default;
+
+    // S_OK lets the method run; a failure is what the method returns instead, with its out
+    // parameters untouched.
+    virtual HRESULT MethodCalled(const char* method) = 0;
+};
+
 // The real implementations; derive from these to fail single calls.
 class Kernel32 : public IKernel32 {
 public:
@@ -149,6 +161,7 @@ public:
     UINT GetTempFileNameW(LPCWSTR pathName, LPCWSTR prefix, UINT unique, LPWSTR tempFileName) override;
 
     BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode) override;
+    BOOL TerminateProcess(HANDLE process, UINT exitCode) override;
 
     HMODULE LoadLibraryW(LPCWSTR fileName) override;
     FARPROC GetProcAddress(HMODULE module, LPCSTR procName) override;
@@ -216,6 +229,11 @@ public:
     BOOL SHGetSpecialFolderPathW(HWND window, LPWSTR path, int csidl, BOOL create) override;
 };
 
+class ComObjects : public IComObjects {
+public:
+    HRESULT MethodCalled(const char* /*method*/) override { return S_OK; }
+};
+
 // The implementation in force. Install returns the one it replaces; installing null restores the real one.
 IKernel32& CurrentKernel32();
 IKernel32* Install(IKernel32* replacement);
@@ -229,6 +247,15 @@ IUserEnv& CurrentUserEnv();
 IUserEnv* Install(IUserEnv* replacement);
 IShell32& CurrentShell32();
 IShell32* Install(IShell32* replacement);
+IComObjects& CurrentComObjects();
+IComObjects* Install(IComObjects* replacement);
+
+// Asked first by every COM method of the platform's objects, named by its caller: S_OK lets it run,
+// anything else is the method's result.
+inline HRESULT ComMethodRefusal(const char* method = __builtin_FUNCTION())
+{
+    return CurrentComObjects().MethodCalled(method);
+}
 
 template <class Api>
 class ScopedInstall {

@@ -18,6 +18,7 @@
 
 #include "domtree.h"
 #include "platform/comobject.h"
+#include "platform/systemapi.h"
 
 namespace platform::msxml {
 
@@ -54,10 +55,14 @@ HRESULT MakeChildList(const NodeRef& parent, IXMLDOMDocument2* owner, IXMLDOMNod
 HRESULT MakeStaticList(std::vector<NodeRef> nodes, IXMLDOMDocument2* owner, IXMLDOMNodeList** list);
 HRESULT MakeAttributeMap(const NodeRef& element, IXMLDOMDocument2* owner, IXMLDOMNamedNodeMap** map);
 
-// Every COM entry point returns an HRESULT; nothing thrown inside crosses it.
+// Every COM entry point returns an HRESULT; nothing thrown inside crosses it. The method is named
+// by its caller.
 template <class F>
-HRESULT Guarded(F&& body) noexcept
+HRESULT Guarded(F&& body, const char* method = __builtin_FUNCTION()) noexcept
 {
+    if (const HRESULT refused = ComMethodRefusal(method); FAILED(refused)) {
+        return refused;
+    }
     try {
         return body();
     } catch (const std::bad_alloc&) {

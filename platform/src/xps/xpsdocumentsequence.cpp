@@ -87,10 +87,12 @@ ComPtr<DocumentSequence> LoadDocumentSequence(const ArchivePtr& archive)
 
 HRESULT DocumentSequence::GetDocuments(IXpsOMDocumentCollection** documents)
 {
-    if (documents == nullptr) {
-        return E_POINTER;
-    }
-    return HandOut(documents_, documents);
+    return Guarded([&]() -> HRESULT {
+        if (documents == nullptr) {
+            return E_POINTER;
+        }
+        return HandOut(documents_, documents);
+    });
 }
 
 HRESULT DocumentSequence::GetPrintTicketResource(IXpsOMPrintTicketResource** printTicketResource)

@@ -5,6 +5,8 @@
 
 #include <xpsobjectmodel.h>
 
+#include "platform/systemapi.h"
+
 namespace platform::xps {
 
 // Win32 errors that the stand-in reports and that winerror.h has no name for yet.
@@ -31,10 +33,14 @@ inline void ThrowIfFailed(HRESULT hr)
     }
 }
 
-// Runs the body of a COM method and turns what it throws into the method's HRESULT.
+// Runs the body of a COM method and turns what it throws into the method's HRESULT. The method
+// is named by its caller.
 template <class Body>
-HRESULT Guarded(Body&& body) noexcept
+HRESULT Guarded(Body&& body, const char* method = __builtin_FUNCTION()) noexcept
 {
+    if (const HRESULT refused = ComMethodRefusal(method); FAILED(refused)) {
+        return refused;
+    }
     try {
         return body();
     } catch (const XpsFailure& failure) {

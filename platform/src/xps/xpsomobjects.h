@@ -15,6 +15,7 @@
 #include "platform/comobject.h"
 #include "xps/packagearchive.h"
 #include "xps/packagewriter.h"
+#include "xps/xpsfailure.h"
 
 namespace platform::xps {
 
@@ -104,22 +105,26 @@ public:
 
     HRESULT GetCount(UINT32* count) override
     {
-        if (count == nullptr) {
-            return E_POINTER;
-        }
-        *count = static_cast<UINT32>(items_.size());
-        return S_OK;
+        return Guarded([&]() -> HRESULT {
+            if (count == nullptr) {
+                return E_POINTER;
+            }
+            *count = static_cast<UINT32>(items_.size());
+            return S_OK;
+        });
     }
     HRESULT GetAt(UINT32 index, ItemInterface** item) override
     {
-        if (item == nullptr) {
-            return E_POINTER;
-        }
-        *item = nullptr;
-        if (index >= items_.size()) {
-            return XPS_E_INDEX_OUT_OF_RANGE;
-        }
-        return HandOut(items_[index], item);
+        return Guarded([&]() -> HRESULT {
+            if (item == nullptr) {
+                return E_POINTER;
+            }
+            *item = nullptr;
+            if (index >= items_.size()) {
+                return XPS_E_INDEX_OUT_OF_RANGE;
+            }
+            return HandOut(items_[index], item);
+        });
     }
 
     const std::vector<ComPtr<Item>>& Items() const { return items_; }

@@ -48,23 +48,27 @@ public:
 
 HRESULT Page::GetPageDimensions(XPS_SIZE* pageDimensions)
 {
-    if (pageDimensions == nullptr) {
-        return E_POINTER;
-    }
-    *pageDimensions = size_;
-    return S_OK;
+    return Guarded([&]() -> HRESULT {
+        if (pageDimensions == nullptr) {
+            return E_POINTER;
+        }
+        *pageDimensions = size_;
+        return S_OK;
+    });
 }
 
 HRESULT Page::SetPageDimensions(const XPS_SIZE* pageDimensions)
 {
-    if (pageDimensions == nullptr) {
-        return E_POINTER;
-    }
-    if (!ValidPageSize(*pageDimensions)) {
-        return XPS_E_INVALID_PAGE_SIZE;
-    }
-    size_ = *pageDimensions;
-    return S_OK;
+    return Guarded([&]() -> HRESULT {
+        if (pageDimensions == nullptr) {
+            return E_POINTER;
+        }
+        if (!ValidPageSize(*pageDimensions)) {
+            return XPS_E_INVALID_PAGE_SIZE;
+        }
+        size_ = *pageDimensions;
+        return S_OK;
+    });
 }
 
 HRESULT PageReference::GetPage(IXpsOMPage** page)
@@ -85,20 +89,24 @@ HRESULT PageReference::GetPage(IXpsOMPage** page)
 
 HRESULT PageReference::IsPageLoaded(BOOL* isPageLoaded)
 {
-    if (isPageLoaded == nullptr) {
-        return E_POINTER;
-    }
-    *isPageLoaded = loaded_ ? TRUE : FALSE;
-    return S_OK;
+    return Guarded([&]() -> HRESULT {
+        if (isPageLoaded == nullptr) {
+            return E_POINTER;
+        }
+        *isPageLoaded = loaded_ ? TRUE : FALSE;
+        return S_OK;
+    });
 }
 
 HRESULT PageReference::GetAdvisoryPageDimensions(XPS_SIZE* pageDimensions)
 {
-    if (pageDimensions == nullptr) {
-        return E_POINTER;
-    }
-    *pageDimensions = advisory_;
-    return S_OK;
+    return Guarded([&]() -> HRESULT {
+        if (pageDimensions == nullptr) {
+            return E_POINTER;
+        }
+        *pageDimensions = advisory_;
+        return S_OK;
+    });
 }
 
 }  // namespace platform::xps
