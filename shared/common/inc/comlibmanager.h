@@ -43,6 +43,10 @@ public:
     // first call acts.
     void Close();
 
+    // Whether the library has every export a session needs: without one of them the peer would
+    // wait for answers that never come.
+    bool CanServe() const;
+
     void RegisterForMessage(std::int32_t message, PipeMessageHandler handler);
     // 0 once the peer has the whole message; the library's status otherwise.
     std::int32_t SendPipeMessage(const std::string& pipeName, std::int32_t message, const void* payload,

@@ -47,6 +47,12 @@ void ComLibManager::Close()
     m_library.reset();
 }
 
+bool ComLibManager::CanServe() const
+{
+    return m_exports.startPipe != nullptr && m_exports.registerForMessage != nullptr &&
+           m_exports.sendPipeMessage != nullptr && m_exports.stopPipe != nullptr;
+}
+
 void ComLibManager::RegisterForMessage(std::int32_t message, PipeMessageHandler handler)
 {
     if (m_exports.registerForMessage != nullptr) {

@@ -31,6 +31,7 @@ constexpr wchar_t kPipeNameAlphabet[] = L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZab
 constexpr DWORD kExitPrint = 0;
 constexpr DWORD kExitCancel = 1;
 constexpr DWORD kExitCodeUnknown = 0xFFFFFFFF;
+constexpr DWORD kTerminationGraceMs = 5000;
 
 thread_local std::unique_ptr<PrintPreviewManager> t_instance;
 
@@ -172,9 +173,17 @@ DWORD PrintPreviewManager::ExecutePrintPreview(HANDLE userToken, const std::wstr
     }
     m_applicationRan = true;
     QXLOG_INFO(L"PrintPreview 2.0 launched correctly");
-    WaitForSingleObject(process.hProcess, INFINITE);
     DWORD exitCode = kExitCodeUnknown;
-    GetExitCodeProcess(process.hProcess, &exitCode);
+    if (WaitForSingleObject(process.hProcess, INFINITE) == WAIT_OBJECT_0) {
+        GetExitCodeProcess(process.hProcess, &exitCode);
+    } else {
+        // Without the wait there is no verdict to read; the application must not outlive the job.
+        QXLOG_ERROR(L"Error %u waiting for PrintPreview 2.0; it is closed", GetLastError());
+        // It must be gone before its job file is deleted, which it may still hold open.
+        if (TerminateProcess(process.hProcess, kExitCodeUnknown)) {
+            WaitForSingleObject(process.hProcess, kTerminationGraceMs);
+        }
+    }
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
     return exitCode;
@@ -203,6 +212,12 @@ bool PrintPreviewManager::StartPrintPreview(PTSettings& settings, PipelineProper
     PreviewHandlerSlot handlers(state, channel, WideToUtf8(outputPipeName));
     handlers.Register();
     QXLOG_INFO(L"Register callbacks");
+    if (!channel.CanServe()) {
+        // The application would wait for answers nobody sends; as for a failed start, the job prints.
+        QXLOG_ERROR(L"The communication library lacks a function Print Preview needs");
+        QXLOG_ERROR(L"Cannot launch PrintPreview 2.0");
+        return true;
+    }
 
     // Collected apart and published whole just before the launch, so the handlers, live from here
     // on, never see a half-filled block.
