@@ -96,6 +96,16 @@ PrinterDescription LegacyPrinter(std::vector<std::wstring> dependentFiles)
     return printer;
 }
 
+// The driver properties a job on the printer decodes.
+struct Decoded {
+    explicit Decoded(const PrinterDescription& printer) : job(printer) {}
+
+    JobContext job;
+    PipelinePropertyBagProxy proxy{job.BagInterface()};
+    PrinterAttributeSettings attributes{proxy};
+    PrinterDriverProperties properties{proxy, attributes};
+};
+
 // ---- the pipeline property bag proxy
 
 TEST(PipelinePropertyBagProxy, PublishesValuesAndReplacesThemWithSetProperty)
@@ -196,30 +206,7 @@ TEST(PipelinePropertyBagProxy, MissingJobContextIsLoggedAndThrown)
     }
 }
 
-TEST(PipelinePropertyBagProxy, HandsOutTheJobContext)
-{
-    JobContext job(VersionFourPrinter());
-    const HANDLE token = SimulatedMachine::TokenFor(L"ana");
-    job.SetHandle(L"UserSecurityToken", token);
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    EXPECT_EQ(proxy.GetJobID(), 7u);
-    EXPECT_EQ(proxy.GetPrinterName(), L"QX Test V4");
-    EXPECT_EQ(proxy.GetUserToken(), token);
-    EXPECT_NE(proxy.GetPrinterHandle(), nullptr);
-    CloseHandle(token);
-}
-
 // ---- finding the job's driver property bag
-
-TEST(DriverPropertyBagDiscovery, PrefersTheVersionFourBag)
-{
-    JobContext job(VersionFourPrinter());
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    ASSERT_TRUE(proxy.HasDriverPropertyBag());
-    std::wstring platform;
-    proxy.GetDriverPropertyBag()->GetString(L"Platform", platform);
-    EXPECT_EQ(platform, L"Quarry");
-}
 
 TEST(DriverPropertyBagDiscovery, RefusesADriverBagThatIsNoPropertyBag)
 {
@@ -265,15 +252,6 @@ TEST(DriverPropertyBagDiscovery, FindsTheLegacyFileOrGoesWithout)
             EXPECT_TRUE(attributes.IsPdfDriver());
         }
     }
-}
-
-TEST(DriverUtils, TakesTheFirstLegacyFileInListOrder)
-{
-    JobContext job(LegacyPrinter({L"C:\\a\\first.ldpb", L"C:\\b\\second.ldpb"}));
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    std::wstring path;
-    EXPECT_TRUE(DriverUtils::GetLDPBFile(proxy.GetPrinterHandle(), path));
-    EXPECT_EQ(path, L"C:\\a\\first.ldpb");
     std::wstring none;
     EXPECT_FALSE(DriverUtils::GetLDPBFile(nullptr, none));
 }
@@ -371,63 +349,51 @@ TEST(LegacyDriverPropertyBag, BrokenFilesFailTheConstruction)
 
 // ---- the decoded driver properties
 
-struct DecodingRow {
-    const wchar_t* platform;
-    const wchar_t* pdl;
-    const wchar_t* encryptedPin;
-    const wchar_t* protocols;
-    EPlatform expectedPlatform;
-    EPdl expectedPdl;
-    bool expectedPin;
-    std::int32_t expectedKoruOnly;
-};
-
-class PrinterDriverPropertiesDecoding : public testing::TestWithParam<DecodingRow> {};
-
-TEST_P(PrinterDriverPropertiesDecoding, DecodesTheDeclaredTexts)
+TEST(PrinterDriverProperties, DecodesTheDeclaredTextsAndReadsNumbersAndFlags)
 {
-    const DecodingRow& row = GetParam();
-    auto bag = CompleteBag();
-    bag[L"Platform"] = std::wstring(row.platform);
-    bag[L"PDL"] = std::wstring(row.pdl);
-    bag[L"EncryptedPinSupported"] = std::wstring(row.encryptedPin);
-    bag[L"ConnectivityProtocolsSupported"] = std::wstring(row.protocols);
-    JobContext job(VersionFourPrinter(bag));
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    PrinterAttributeSettings attributes(proxy);
-    PrinterDriverProperties properties(proxy, attributes);
-    EXPECT_EQ(properties.GetPlatform(), row.expectedPlatform);
-    EXPECT_EQ(properties.GetPDL(), row.expectedPdl);
-    EXPECT_EQ(properties.IsEncryptedPinSupported(), row.expectedPin);
-    EXPECT_EQ(properties.IsKoruOnly(), row.expectedKoruOnly);
-    EXPECT_EQ(properties.GetMaxPrinterWidthInMicrons(), 914400) << "lower-case mesa asks the printer nothing";
-}
+    const struct {
+        const wchar_t* platform;
+        const wchar_t* pdl;
+        const wchar_t* encryptedPin;
+        const wchar_t* protocols;
+        EPlatform expectedPlatform;
+        EPdl expectedPdl;
+        bool expectedPin;
+        std::int32_t expectedKoruOnly;
+    } rows[] = {
+        {L"Quarry", L"PS3", L"oKAV", L"KORU", Quarry, PS3, true, 1},
+        {L"mesa", L"KESTREL", L"On", L"oKAV,KORU", OtherPlatform, KESTREL, true, 0},
+        {L"Other", L"PDF", L"on", L"", OtherPlatform, OtherPdl, false, 0},
+        {L"", L"ps3", L"", L"USB KORU", OtherPlatform, OtherPdl, false, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(platform::ToUtf8(row.platform) + " " + platform::ToUtf8(row.pdl));
+        auto bag = CompleteBag();
+        bag[L"Platform"] = std::wstring(row.platform);
+        bag[L"PDL"] = std::wstring(row.pdl);
+        bag[L"EncryptedPinSupported"] = std::wstring(row.encryptedPin);
+        bag[L"ConnectivityProtocolsSupported"] = std::wstring(row.protocols);
+        Decoded driver(VersionFourPrinter(bag));
+        EXPECT_EQ(driver.properties.GetPlatform(), row.expectedPlatform);
+        EXPECT_EQ(driver.properties.GetPDL(), row.expectedPdl);
+        EXPECT_EQ(driver.properties.IsEncryptedPinSupported(), row.expectedPin);
+        EXPECT_EQ(driver.properties.IsKoruOnly(), row.expectedKoruOnly);
+        EXPECT_EQ(driver.properties.GetMaxPrinterWidthInMicrons(), 914400) << "lower-case mesa asks the printer nothing";
+    }
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, PrinterDriverPropertiesDecoding,
-    testing::Values(DecodingRow{L"Quarry", L"PS3", L"oKAV", L"KORU", Quarry, PS3, true, 1},
-                    DecodingRow{L"mesa", L"KESTREL", L"On", L"oKAV,KORU", OtherPlatform, KESTREL, true, 0},
-                    DecodingRow{L"Other", L"PDF", L"on", L"", OtherPlatform, OtherPdl, false, 0},
-                    DecodingRow{L"", L"ps3", L"", L"USB KORU", OtherPlatform, OtherPdl, false, 1}));
-
-TEST(PrinterDriverProperties, ReadsNumbersAndLiveFlags)
-{
-    JobContext job(VersionFourPrinter());
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    PrinterAttributeSettings attributes(proxy);
-    PrinterDriverProperties properties(proxy, attributes);
-    EXPECT_EQ(properties.GetManualMarginInMicrons(), 5000);
-    EXPECT_EQ(properties.GetTrayMarginInMicrons(), 3000);
-    EXPECT_TRUE(properties.IsArssSupported());
-    EXPECT_TRUE(properties.CanDoCopies());
-    EXPECT_FALSE(properties.HasBidiInformation());
-    EXPECT_FALSE(properties.CanDoCollate()) << "an absent flag reads false";
+    Decoded driver(VersionFourPrinter());
+    EXPECT_EQ(driver.properties.GetManualMarginInMicrons(), 5000);
+    EXPECT_EQ(driver.properties.GetTrayMarginInMicrons(), 3000);
+    EXPECT_TRUE(driver.properties.IsArssSupported());
+    EXPECT_TRUE(driver.properties.CanDoCopies());
+    EXPECT_FALSE(driver.properties.HasBidiInformation());
+    EXPECT_FALSE(driver.properties.CanDoCollate()) << "an absent flag reads false";
     std::wstring version;
-    properties.GetDriverVersionProperty(version);
+    driver.properties.GetDriverVersionProperty(version);
     EXPECT_EQ(version, L"3.0.7.1");
-    std::wstring category;
     std::wstring familyPaperType;
-    properties.GetFamilyPaperType(familyPaperType);
+    std::wstring category;
+    driver.properties.GetFamilyPaperType(familyPaperType);
     ExtractQuotedValue(familyPaperType, L"PMCategory", category);
     EXPECT_EQ(category, L"Plain");
 }
@@ -444,30 +410,24 @@ TEST(PrinterDriverProperties, AVersionFourBagWithoutAMandatoryTextFailsTheConstr
 
 TEST(PrinterDriverProperties, AJobWithoutDriverBagIsAPdfDriversJob)
 {
-    JobContext job(LegacyPrinter({}));
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    PrinterAttributeSettings attributes(proxy);
-    PrinterDriverProperties properties(proxy, attributes);
-    EXPECT_EQ(properties.GetPDL(), OtherPdl);
-    EXPECT_EQ(properties.GetMaxPrinterWidthInMicrons(), 0);
-    EXPECT_EQ(ThrownBy([&] { properties.CanDoCopies(); }), E_FAIL);
+    Decoded driver(LegacyPrinter({}));
+    EXPECT_EQ(driver.properties.GetPDL(), OtherPdl);
+    EXPECT_EQ(driver.properties.GetMaxPrinterWidthInMicrons(), 0);
+    EXPECT_EQ(ThrownBy([&] { driver.properties.CanDoCopies(); }), E_FAIL);
 }
 
 TEST(PrinterDriverProperties, ALegacyFileGivesDefaultsForWhatItLacks)
 {
     WriteMachineFile(kLegacyFile, "<Properties><Property Name=\"CanDoCopies\"><Bool>true</Bool></Property>"
                                   "<Property Name=\"TrayMarginInMicrons\"><Int32>2500</Int32></Property></Properties>");
-    JobContext job(LegacyPrinter({kLegacyFile}));
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    PrinterAttributeSettings attributes(proxy);
-    PrinterDriverProperties properties(proxy, attributes);
-    EXPECT_EQ(properties.GetPlatform(), OtherPlatform);
-    EXPECT_EQ(properties.GetPDL(), OtherPdl);
-    EXPECT_FALSE(properties.IsEncryptedPinSupported());
-    EXPECT_EQ(properties.GetTrayMarginInMicrons(), 2500);
-    EXPECT_TRUE(properties.CanDoCopies());
+    Decoded driver(LegacyPrinter({kLegacyFile}));
+    EXPECT_EQ(driver.properties.GetPlatform(), OtherPlatform);
+    EXPECT_EQ(driver.properties.GetPDL(), OtherPdl);
+    EXPECT_FALSE(driver.properties.IsEncryptedPinSupported());
+    EXPECT_EQ(driver.properties.GetTrayMarginInMicrons(), 2500);
+    EXPECT_TRUE(driver.properties.CanDoCopies());
     std::wstring url = L"kept";
-    properties.GetSoftwareUrl(url);
+    driver.properties.GetSoftwareUrl(url);
     EXPECT_EQ(url, L"");
 }
 
@@ -477,38 +437,21 @@ TEST(PrinterDriverProperties, AMesaPrinterReportsItsOwnWidth)
     bag[L"Platform"] = std::wstring(L"Mesa");
     PrinterDescription printer = VersionFourPrinter(bag);
     printer.bidiValues[L"\\Printer.DeviceInfo:MachineWidth"] = {L"BIDI_STRING", L"QXMESA_1118x2000"};
-    {
-        JobContext job(printer);
-        PipelinePropertyBagProxy proxy(job.BagInterface());
-        PrinterAttributeSettings attributes(proxy);
-        EXPECT_EQ(PrinterDriverProperties(proxy, attributes).GetMaxPrinterWidthInMicrons(), 1118000);
-    }
+    EXPECT_EQ(Decoded(printer).properties.GetMaxPrinterWidthInMicrons(), 1118000);
     printer.bidiReachable = false;
-    {
-        JobContext job(printer);
-        PipelinePropertyBagProxy proxy(job.BagInterface());
-        PrinterAttributeSettings attributes(proxy);
-        EXPECT_EQ(PrinterDriverProperties(proxy, attributes).GetMaxPrinterWidthInMicrons(), 914400)
-            << "a printer that cannot be asked keeps the driver's width";
-    }
+    EXPECT_EQ(Decoded(printer).properties.GetMaxPrinterWidthInMicrons(), 914400)
+        << "a printer that cannot be asked keeps the driver's width";
 }
 
 TEST(MesaWidth, IsTheNumberBetweenTheLastUnderscoreAndTheLastX)
 {
-    const struct {
-        const wchar_t* text;
-        std::optional<std::int32_t> width;
-    } rows[] = {
-        {L"QXMESA_1118x2000", 1118},
-        {L"A_B_610x1", 610},
-        {L"QXMESA1118x2000", std::nullopt},
-        {L"QXMESA_11a8x2000", std::nullopt},
-        {L"x10_20", std::nullopt},
-        {L"QXMESA_x", std::nullopt},
+    const std::pair<const wchar_t*, std::optional<std::int32_t>> rows[] = {
+        {L"QXMESA_1118x2000", 1118},      {L"A_B_610x1", 610},       {L"QXMESA1118x2000", std::nullopt},
+        {L"QXMESA_11a8x2000", std::nullopt}, {L"x10_20", std::nullopt}, {L"QXMESA_x", std::nullopt},
         {L"_99999999999x", std::nullopt},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(ParseMachineWidth(row.text), row.width) << platform::ToUtf8(row.text);
+    for (const auto& [text, width] : rows) {
+        EXPECT_EQ(ParseMachineWidth(text), width) << platform::ToUtf8(text);
     }
 }
 
@@ -534,16 +477,6 @@ TEST(ExtractQuotedValue, PicksTheQuotedValueAfterTheKey)
 
 // ---- the spooler's printer and job records
 
-TEST(PrinterAttributeSettings, ReadsThePrintersRecordOnce)
-{
-    JobContext job(VersionFourPrinter());
-    PipelinePropertyBagProxy proxy(job.BagInterface());
-    PrinterAttributeSettings attributes(proxy);
-    EXPECT_EQ(attributes.GetPortName(), L"USB001");
-    EXPECT_EQ(attributes.GetDriverName(), L"QX LFP Class Driver");
-    EXPECT_FALSE(attributes.IsPdfDriver());
-}
-
 TEST(SpoolerRecords, AStaleHandleFailsTheConstructionWithInvalidArg)
 {
     JobContext job(VersionFourPrinter());
@@ -559,10 +492,7 @@ TEST(SpoolerRecords, AStaleHandleFailsTheConstructionWithInvalidArg)
 
 TEST(JobAttributeSettings, ReducesTheDocumentNameToItsLastComponent)
 {
-    const struct {
-        const wchar_t* document;
-        const wchar_t* name;
-    } rows[] = {
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
         {L"C:\\Users\\ana\\Documents\\poster.pdf", L"poster.pdf"},
         {L"https://example.com/plans/site.dwg", L"site.dwg"},
         {L"plain name.xps", L"plain name.xps"},
@@ -570,12 +500,11 @@ TEST(JobAttributeSettings, ReducesTheDocumentNameToItsLastComponent)
         {L"C:\\folder\\", L"folder"},
         {L"", L""},
     };
-    for (const auto& row : rows) {
+    for (const auto& [document, name] : rows) {
         JobContext job(VersionFourPrinter());
-        SimulatedMachine::AddJob({7, L"QX Test V4", row.document, L"ana", 1});
+        SimulatedMachine::AddJob({7, L"QX Test V4", document, L"ana", 1});
         PipelinePropertyBagProxy proxy(job.BagInterface());
-        JobAttributeSettings attributes(proxy);
-        EXPECT_EQ(attributes.GetDocumentName(), row.name) << platform::ToUtf8(row.document);
+        EXPECT_EQ(JobAttributeSettings(proxy).GetDocumentName(), name) << platform::ToUtf8(document);
     }
 }
 

@@ -10,10 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <platform/machine.h>
-#include <platform/machinedescription.h>
 #include <platform/modulepaths.h>
 #include <platform/simulatedmachine.h>
-#include <platform/systemapi.h>
 #include <platform/text.h>
 #include <windows.h>
 
@@ -291,27 +289,6 @@ TEST_F(Libraries, CodeFindsTheModuleItWasLinkedInto)
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
 }
 
-TEST_F(Libraries, AnInstalledDoubleFailsALoadForItsScope)
-{
-    struct NoLoads : platform::Kernel32 {
-        HMODULE LoadLibraryW(LPCWSTR) override
-        {
-            ::SetLastError(ERROR_MOD_NOT_FOUND);
-            return nullptr;
-        }
-    } noLoads;
-    {
-        platform::ScopedInstall<platform::IKernel32> scope(noLoads);
-        SetLastError(0);
-        EXPECT_EQ(LoadLibraryW(kKoruLibrary), nullptr);
-        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
-        EXPECT_NE(GetProcAddress(koru_, "GetBidiResponse"), nullptr) << "the other calls stay real";
-    }
-    const HMODULE loaded = LoadLibraryW(kKoruLibrary);
-    EXPECT_EQ(loaded, koru_);
-    FreeLibrary(loaded);
-}
-
 // ---- the KORU library
 
 class Koru : public Libraries {
@@ -356,75 +333,6 @@ platform::KoruPaperSource Measured(const std::wstring& name, const std::wstring&
     return source;
 }
 
-TEST_F(Koru, ADeclaredPrinterIsDescribedInEachUnit)
-{
-    // A 44-inch roll with 150 feet left, in each unit the description may use.
-    const struct {
-        const wchar_t* units;
-        const wchar_t* width;
-        const wchar_t* length;
-    } units[] = {
-        {L"meters", L"1.1176", L"45.72"},
-        {L"millimeters", L"1117.6", L"45720"},
-        {L"inches", L"44", L"1800"},
-        {L"tenThousandthsOfInches", L"440000", L"18000000"},
-        {L"points", L"3168", L"129600"},
-        {L"feet", L"3.6667", L"150"},
-        {L"micrometers", L"1117600", L"45720000"},
-    };
-    std::vector<platform::KoruPaperSource> sources;
-    for (const auto& u : units) {
-        sources.push_back(Measured(std::wstring(L"Roll in ") + u.units, u.units, u.width, u.length));
-    }
-    Declare(L"QX Koru", sources);
-    ASSERT_EQ(Ask(L"qx koru"), 1) << "printer names compare without case";
-    EXPECT_EQ(Output(),
-              L"Source1_Name=Roll in meters\nSource1_MediaUnits=meters\n"
-              L"Source1_MediaWidth=1.1176\nSource1_MediaLength=45.72\n"
-              L"Source2_Name=Roll in millimeters\nSource2_MediaUnits=millimeters\n"
-              L"Source2_MediaWidth=1117.6\nSource2_MediaLength=45720\n"
-              L"Source3_Name=Roll in inches\nSource3_MediaUnits=inches\n"
-              L"Source3_MediaWidth=44\nSource3_MediaLength=1800\n"
-              L"Source4_Name=Roll in tenThousandthsOfInches\nSource4_MediaUnits=tenThousandthsOfInches\n"
-              L"Source4_MediaWidth=440000\nSource4_MediaLength=18000000\n"
-              L"Source5_Name=Roll in points\nSource5_MediaUnits=points\n"
-              L"Source5_MediaWidth=3168\nSource5_MediaLength=129600\n"
-              L"Source6_Name=Roll in feet\nSource6_MediaUnits=feet\n"
-              L"Source6_MediaWidth=3.6667\nSource6_MediaLength=150\n"
-              L"Source7_Name=Roll in micrometers\nSource7_MediaUnits=micrometers\n"
-              L"Source7_MediaWidth=1117600\nSource7_MediaLength=45720000\n");
-}
-
-TEST_F(Koru, EveryFieldHasItsLineInTheFixedOrder)
-{
-    platform::KoruPaperSource tray;
-    tray.number = 4;
-    tray.notReady = L"true";
-    tray.mediaType = L"Photo Gloss";
-    tray.inputInstalled = L"engaged";
-    tray.mediaLength = L"70";
-    tray.mediaWidth = L"44";
-    tray.mediaSizeName = L"Custom 44x70";
-    tray.mediaUnits = L"inches";
-    tray.type = L"sheetFeedAutoNonRemovableTray";
-    tray.mediaId = L"34";
-    tray.name = L"Tray 4";
-    Declare(L"QX Koru", {tray, Measured(L"Next", L"", L"", L"")});
-    ASSERT_EQ(Ask(L"QX Koru"), 1);
-    EXPECT_EQ(Output(), L"Source4_Name=Tray 4\n"
-                        L"Source4_MediaID=34\n"
-                        L"Source4_Type=sheetFeedAutoNonRemovableTray\n"
-                        L"Source4_MediaUnits=inches\n"
-                        L"Source4_MediaSizeName=Custom 44x70\n"
-                        L"Source4_MediaWidth=44\n"
-                        L"Source4_MediaLength=70\n"
-                        L"Source4_InputInstalled=engaged\n"
-                        L"Source4_MediaType=Photo Gloss\n"
-                        L"Source4_NotReady=true\n"
-                        L"Source2_Name=Next\n")
-        << "a source without a number takes its place in the list";
-}
-
 TEST_F(Koru, OnlyAWellFormedKoruRequestForAReachablePrinterIsAnswered)
 {
     Declare(L"QX Koru", {Measured(L"Roll", L"inches", L"44", L"0")});
@@ -444,6 +352,7 @@ TEST_F(Koru, OnlyAWellFormedKoruRequestForAReachablePrinterIsAnswered)
         int result;
     } cases[] = {
         {"the reader's call", L"QX Koru", L"", 0, 1, L"KORU", kKoruBufferCharacters, 1},
+        {"the printer's name in other case", L"qx koru", L"", 0, 1, L"KORU", kKoruBufferCharacters, 1},
         {"exactly room for the text and its zero", L"QX Koru", L"", 0, 1, L"KORU", fits, 1},
         {"no room for the zero", L"QX Koru", L"", 0, 1, L"KORU", fits - 1, 0},
         {"no empty text given", L"QX Koru", nullptr, 0, 1, L"KORU", kKoruBufferCharacters, 1},
@@ -466,31 +375,6 @@ TEST_F(Koru, OnlyAWellFormedKoruRequestForAReachablePrinterIsAnswered)
     EXPECT_EQ(Output(), L"") << "a printer without KORU sources describes none";
     EXPECT_EQ(answer_(nullptr, kKoruBufferCharacters, L"QX Koru", L"", 0, 1, L"KORU"), 0);
     EXPECT_EQ(answer_(output_.data(), 0, L"QX Koru", L"", 0, 1, L"KORU"), 0);
-}
-
-TEST_F(Koru, TheBundledPrinterDescribesItsTrayAndRoll)
-{
-    platform::LoadMachineDescription(QX_DEFAULT_MACHINE);
-    ASSERT_EQ(Ask(L"QX Mesa 44"), 1);
-    EXPECT_EQ(Output(), L"Source1_Name=Tray 1\n"
-                        L"Source1_MediaID=1\n"
-                        L"Source1_Type=sheetFeedAutoNonRemovableTray\n"
-                        L"Source1_MediaUnits=inches\n"
-                        L"Source1_MediaWidth=44\n"
-                        L"Source1_MediaLength=70\n"
-                        L"Source1_InputInstalled=installed\n"
-                        L"Source1_MediaType=Plain Paper\n"
-                        L"Source1_NotReady=false\n"
-                        L"Source2_Name=Roll 1\n"
-                        L"Source2_MediaID=1\n"
-                        L"Source2_Type=continuousRoll\n"
-                        L"Source2_MediaUnits=millimeters\n"
-                        L"Source2_MediaWidth=1117.6\n"
-                        L"Source2_MediaLength=45720\n"
-                        L"Source2_InputInstalled=installed\n"
-                        L"Source2_MediaType=Plain Paper\n"
-                        L"Source2_NotReady=false\n");
-    EXPECT_EQ(Ask(L"QX Quarry 36"), 0) << "the legacy printer cannot be reached";
 }
 
 }  // namespace

@@ -106,12 +106,6 @@ const std::wstring kTicketWithOtherPrefixes =
     L"<f:ParameterInit name=\"ns0002:JobCopiesAllDocuments\"><f:Value i:type=\"s:integer\">3</f:Value></f:ParameterInit>"
     L"</f:PrintTicket>";
 
-std::wstring OptionQuery(const std::wstring& feature, const std::wstring& uri)
-{
-    return L"psf:PrintTicket/psf:Feature[substring-after(@name,':')='" + feature + L"'][name(namespace::*[.='" + uri +
-           L"'])=substring-before(@name,':')]/psf:Option/@name";
-}
-
 std::wstring ParameterQuery(const std::wstring& parameter, const std::wstring& uri)
 {
     return L"psf:PrintTicket/psf:ParameterInit[substring-after(@name,':')='" + parameter + L"'][name(namespace::*[.='" +
@@ -238,63 +232,23 @@ protected:
         EXPECT_EQ(node.As(&element), S_OK);
         return element;
     }
-    // Sets an attribute through createAttribute and setAttributeNode, as the ticket model does.
-    void SetAttributeNode(IXMLDOMElement* element, const std::wstring& name, const std::wstring& value)
-    {
-        ComPtr<IXMLDOMAttribute> attribute;
-        ASSERT_EQ(doc_->createAttribute(Bstr(name), &attribute), S_OK);
-        ASSERT_EQ(attribute->put_value(Variant::Text(value)), S_OK);
-        ComPtr<IXMLDOMAttribute> replaced;
-        ASSERT_EQ(element->setAttributeNode(attribute.Get(), &replaced), S_OK);
-        EXPECT_EQ(replaced.Get(), nullptr);
-    }
 
     ComPtr<IXMLDOMDocument2> doc_;
 };
 
 // ---- creation, properties and loading
 
-TEST_F(Dom, IsServedByCoCreateInstanceWithItsInterfaceChain)
-{
-    ComPtr<IXMLDOMDocument> document;
-    EXPECT_EQ(doc_.As(&document), S_OK);
-    ComPtr<IXMLDOMNode> node;
-    EXPECT_EQ(doc_.As(&node), S_OK);
-    ComPtr<IXMLDOMElement> element;
-    EXPECT_EQ(doc_.As(&element), E_NOINTERFACE);
-
-    EXPECT_EQ(TypeOf(doc_.Get()), NODE_DOCUMENT);
-    EXPECT_EQ(NameOf(doc_.Get()), L"#document");
-    EXPECT_EQ(doc_->get_documentElement(&element), S_FALSE) << "a new document is empty";
-    EXPECT_EQ(element.Get(), nullptr);
-    EXPECT_EQ(doc_->get_ownerDocument(&document), S_FALSE);
-}
-
-TEST_F(Dom, PropertiesFollowMsxml6)
+TEST_F(Dom, SelectionPropertiesFollowMsxml6)
 {
     const auto set = [&](const wchar_t* name, const Variant& value) { return doc_->setProperty(Bstr(name), value); };
-    Variant value;
-    EXPECT_EQ(doc_->getProperty(Bstr(L"SelectionLanguage"), value.Out()), S_OK);
-    EXPECT_EQ(value.Text(), L"XPath");
     EXPECT_EQ(set(L"SelectionLanguage", Variant::Text(L"XPath")), S_OK);
     EXPECT_EQ(set(L"SelectionLanguage", Variant::Text(L"XSLPattern")), E_FAIL);
-
-    const std::wstring namespaces = L"xmlns:psf='" + kPsf + L"' xmlns:psk=\"" + kPsk + L"\"";
-    EXPECT_EQ(set(L"SelectionNamespaces", Variant::Text(namespaces)), S_OK);
-    EXPECT_EQ(doc_->getProperty(Bstr(L"SelectionNamespaces"), value.Out()), S_OK);
-    EXPECT_EQ(value.Text(), namespaces);
+    EXPECT_EQ(set(L"SelectionNamespaces", Variant::Text(L"xmlns:psf='" + kPsf + L"' xmlns:psk=\"" + kPsk + L"\"")), S_OK);
     for (const wchar_t* malformed : {L"xmlns:psf=", L"psf='x'", L"xmlns:psf='x", L"xmlns:1a='x'", L"xmlns:a='x'xmlns:b='y'"}) {
         EXPECT_EQ(set(L"SelectionNamespaces", Variant::Text(malformed)), E_FAIL) << platform::ToUtf8(malformed);
     }
     EXPECT_EQ(set(L"SelectionNamespaces", Variant::Int(1)), E_INVALIDARG);
-
-    EXPECT_EQ(doc_->getProperty(Bstr(L"ProhibitDTD"), value.Out()), S_OK);
-    EXPECT_EQ(value.Get().vt, VT_BOOL);
-    EXPECT_EQ(value.Get().boolVal, VARIANT_TRUE);
-    EXPECT_EQ(doc_->getProperty(Bstr(L"MaxElementDepth"), value.Out()), S_OK);
-    EXPECT_EQ(value.Get().lVal, 256);
     EXPECT_EQ(set(L"NoSuchProperty", Variant::Int(1)), E_FAIL);
-    EXPECT_EQ(doc_->getProperty(Bstr(L"NoSuchProperty"), value.Out()), E_FAIL);
 }
 
 TEST_F(Dom, LoadsStreamsReadToTheirEndInTheEncodingTheyDeclare)
@@ -355,17 +309,6 @@ TEST_F(Dom, AFailedLoadAnswersSFalseAndLeavesTheDocumentEmpty)
     long code = -1;
     EXPECT_EQ(error->get_errorCode(&code), S_FALSE);
     EXPECT_EQ(code, 0);
-}
-
-TEST_F(Dom, WhitespaceOnlyTextIsDroppedUnlessPreserved)
-{
-    for (const auto& [preserve, type] : {std::pair{VARIANT_FALSE, NODE_ELEMENT}, std::pair{VARIANT_TRUE, NODE_TEXT}}) {
-        ASSERT_EQ(doc_->put_preserveWhiteSpace(preserve), S_OK);
-        LoadTicket(kTicket);
-        ComPtr<IXMLDOMNode> first;
-        ASSERT_EQ(Root()->get_firstChild(&first), S_OK);
-        EXPECT_EQ(TypeOf(first.Get()), type);
-    }
 }
 
 // ---- safe parsing
@@ -435,43 +378,6 @@ TEST_F(Dom, NestingDeeperThanTheLimitIsRefused)
 
 // ---- XPath over Print Schema tickets
 
-TEST_F(Dom, KeywordsAreFoundByNamespaceUriWhateverTheirPrefix)
-{
-    const std::wstring scored = FeatureQuery(L"PageMediaSize", kPsk) +
-                                L"/*/psf:ScoredProperty[substring-after(@name,':')='MediaSizeWidth'][name(namespace::*[.='" +
-                                kPsk + L"'])=substring-before(@name,':')]/psf:Value";
-    const struct {
-        const std::wstring* ticket;
-        std::wstring query;
-        const wchar_t* value;  // the typed value; null when nothing is selected
-    } cases[] = {
-        {&kTicket, OptionQuery(L"JobInputBin", kPsk), L"psk:AutoSelect"},  // the first feature is the private one
-        {&kTicket, OptionQuery(L"JobInputBin", kPrivate), L"ns0001:Roll"},
-        {&kTicket, ParameterQuery(L"JobCopiesAllDocuments", kPsk), L"3"},
-        {&kTicket, ParameterQuery(L"JobPin", kPrivate), L"12&34"},
-        {&kTicket, ParameterQuery(L"JobPin", kPsk), nullptr},
-        {&kTicket, scored, L"210000"},
-        {&kTicket, FeatureQuery(L"PageMediaSize", kPsk) + L"/psf:Option[substring-after(@name,':')='ISOA4']/@name",
-         L"psk:ISOA4"},
-        {&kTicketWithOtherPrefixes, OptionQuery(L"JobInputBin", kPsk), L"ns0002:AutoSelect"},
-        {&kTicketWithOtherPrefixes, ParameterQuery(L"JobCopiesAllDocuments", kPsk), L"3"},
-        {&kTicketWithOtherPrefixes, OptionQuery(L"JobInputBin", kPrivate), nullptr},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(platform::ToUtf8(c.query));
-        LoadTicket(*c.ticket);
-        ComPtr<IXMLDOMNode> node = Select(c.query, nullptr, c.value == nullptr ? S_FALSE : S_OK);
-        if (c.value != nullptr && node) {
-            EXPECT_EQ(TypedValue(node.Get()), c.value);
-        }
-    }
-    LoadTicket(kTicket);
-    EXPECT_EQ(TypeOf(Select(OptionQuery(L"JobInputBin", kPsk)).Get()), NODE_ATTRIBUTE);
-    Variant value;
-    EXPECT_EQ(Select(scored)->get_nodeValue(value.Out()), S_FALSE) << "an element has no value";
-    EXPECT_EQ(value.Get().vt, VT_NULL);
-}
-
 TEST_F(Dom, NamespaceNodesAreAttributeLikeAndOutliveTheirQuery)
 {
     LoadTicket(kTicket);
@@ -484,19 +390,11 @@ TEST_F(Dom, NamespaceNodesAreAttributeLikeAndOutliveTheirQuery)
 
     EXPECT_EQ(Read(ns.Get(), &IXMLDOMNode::get_baseName), L"psk");
     EXPECT_EQ(NameOf(ns.Get()), L"xmlns:psk");
-    EXPECT_EQ(Read(ns.Get(), &IXMLDOMNode::get_prefix), L"xmlns");
-    EXPECT_EQ(TextOf(ns.Get()), kPsk);
     EXPECT_EQ(TypedValue(ns.Get()), kPsk);
     EXPECT_EQ(TypeOf(ns.Get()), NODE_ATTRIBUTE);
-    EXPECT_EQ(XmlOf(ns.Get()), L"xmlns:psk=\"" + kPsk + L"\"");
-    ComPtr<IXMLDOMNode> parent;
-    EXPECT_EQ(ns->get_parentNode(&parent), S_FALSE);
     ComPtr<IXMLDOMNode> element = Select(L"..", ns.Get());
     ASSERT_TRUE(element) << "in XPath its parent is its element";
     EXPECT_EQ(NameOf(element.Get()), L"psf:PrintTicket");
-    ComPtr<IXMLDOMNode> self = Select(L"self::node()", ns.Get());
-    ASSERT_TRUE(self);
-    EXPECT_EQ(TextOf(self.Get()), kPsk);
 
     LoadTicket(L"<r xmlns='urn:default'/>");
     ns = Select(L"/*/namespace::*[.='urn:default']");
@@ -504,33 +402,6 @@ TEST_F(Dom, NamespaceNodesAreAttributeLikeAndOutliveTheirQuery)
     Bstr prefix;
     EXPECT_EQ(ns->get_baseName(prefix.Out()), S_FALSE) << "the default namespace has no prefix";
     EXPECT_TRUE(prefix.IsNull());
-}
-
-TEST_F(Dom, NameFunctionsAndNodeNamesFollowXPath)
-{
-    LoadTicket(kTicket);
-    const struct {
-        std::wstring query;
-        std::wstring name;
-        std::wstring baseName;
-        std::wstring uri;  // empty: the node is in no namespace
-    } cases[] = {
-        {L"/*[local-name()='PrintTicket']", L"psf:PrintTicket", L"PrintTicket", kPsf},
-        {L"//*[name()='psf:Option' and @name='psk:ISOA4']", L"psf:Option", L"Option", kPsf},
-        {L"//*[namespace-uri()='" + kPsf + L"' and local-name()='ScoredProperty']", L"psf:ScoredProperty",
-         L"ScoredProperty", kPsf},
-        {L"//psf:Value/@*[local-name()='type']", L"xsi:type", L"type", kXsi},
-        {L"/psf:PrintTicket/@version", L"version", L"version", L""},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(platform::ToUtf8(c.query));
-        ComPtr<IXMLDOMNode> node = Select(c.query);
-        ASSERT_TRUE(node);
-        EXPECT_EQ(NameOf(node.Get()), c.name);
-        EXPECT_EQ(Read(node.Get(), &IXMLDOMNode::get_baseName), c.baseName);
-        EXPECT_EQ(Read(node.Get(), &IXMLDOMNode::get_namespaceURI, c.uri.empty() ? S_FALSE : S_OK), c.uri);
-    }
-    EXPECT_EQ(Read(Select(L"/psf:PrintTicket/@version").Get(), &IXMLDOMNode::get_prefix, S_FALSE), L"");
 }
 
 TEST_F(Dom, SelectionAnswersWithMsxmlsHresults)
@@ -553,60 +424,11 @@ TEST_F(Dom, SelectionAnswersWithMsxmlsHresults)
     EXPECT_EQ(LengthOf(list.Get()), 3);
     ComPtr<IXMLDOMNode> item;
     EXPECT_EQ(list->get_item(3, &item), S_FALSE);
-    int walked = 0;
-    while (list->nextNode(&item) == S_OK) {
-        ++walked;
-    }
-    EXPECT_EQ(walked, 3);
     EXPECT_EQ(Count(L"//psf:Nothing"), 0);
     EXPECT_EQ(doc_->selectNodes(Bstr(L"//x:y"), &list), E_FAIL);
 }
 
 // ---- editing
-
-TEST_F(Dom, CreatedNodesAppendedToTheTicketShowInItsMarkupAndQueries)
-{
-    LoadTicket(kTicket);
-    // A parameter as the ticket model builds it: a framework element with a keyword name, holding
-    // a value typed through the ticket's own xsi and xsd prefixes.
-    ComPtr<IXMLDOMElement> parameter = NewElement(L"psf:ParameterInit", kPsf);
-    SetAttributeNode(parameter.Get(), L"name", L"psk:PageMediaSizeMediaSizeWidth");
-    ComPtr<IXMLDOMElement> value = NewElement(L"psf:Value", kPsf);
-    SetAttributeNode(value.Get(), L"xsi:type", L"xsd:integer");
-    ASSERT_EQ(value->put_text(Bstr(L"914400")), S_OK);
-    ASSERT_EQ(parameter->appendChild(value.Get(), nullptr), S_OK);
-    ASSERT_EQ(Root()->appendChild(parameter.Get(), nullptr), S_OK);
-
-    ComPtr<IXMLDOMNode> found = Select(ParameterQuery(L"PageMediaSizeMediaSizeWidth", kPsk));
-    ASSERT_TRUE(found);
-    EXPECT_EQ(TypedValue(found.Get()), L"914400");
-    // As in MSXML, a prefix in a name given to createAttribute binds to nothing while the element
-    // is on its own; the markup reads the same.
-    EXPECT_TRUE(Select(L"//psf:Value[@*[name()='xsi:type']='xsd:integer' and .='914400']"));
-    const std::wstring markup = XmlOf(doc_.Get());
-    EXPECT_NE(markup.find(L"<psf:ParameterInit name=\"psk:PageMediaSizeMediaSizeWidth\"><psf:Value xsi:type=\"xsd:integer\">"
-                          L"914400</psf:Value></psf:ParameterInit></psf:PrintTicket>"),
-              std::wstring::npos)
-        << platform::ToUtf8(markup);
-}
-
-TEST_F(Dom, ANamespaceDeclaredByAttributeIsSeenByTheNamespaceAxis)
-{
-    LoadTicket(L"<psf:PrintTicket xmlns:psf='" + kPsf + L"'/>");
-    ComPtr<IXMLDOMElement> root = Root();
-    const std::wstring query = L"namespace::node()[.='" + kPrivate + L"']";
-    Select(query, root.Get(), S_FALSE);
-    SetAttributeNode(root.Get(), L"xmlns:ns0000", kPrivate);
-
-    ComPtr<IXMLDOMNode> ns = Select(query, root.Get());
-    ASSERT_TRUE(ns);
-    EXPECT_EQ(Read(ns.Get(), &IXMLDOMNode::get_baseName), L"ns0000");
-    Variant declared;
-    EXPECT_EQ(root->getAttribute(Bstr(L"xmlns:ns0000"), declared.Out()), S_OK);
-    EXPECT_EQ(declared.Text(), kPrivate);
-    EXPECT_EQ(root->setAttribute(Bstr(L"xmlns:ns0000"), Variant::Text(L"urn:other")), E_FAIL) << "a prefix is not rebound";
-    EXPECT_EQ(XmlOf(root.Get()), L"<psf:PrintTicket xmlns:psf=\"" + kPsf + L"\" xmlns:ns0000=\"" + kPrivate + L"\"/>");
-}
 
 TEST_F(Dom, ACreatedNodeDeclaresItsNamespaceUntilItIsLinkedWhereItIsInScope)
 {
@@ -629,32 +451,6 @@ TEST_F(Dom, ACreatedNodeDeclaresItsNamespaceUntilItIsLinkedWhereItIsInScope)
     ASSERT_EQ(Root()->appendChild(value.Get(), nullptr), S_OK);
     EXPECT_EQ(XmlOf(value.Get()), L"<psf:Value xmlns:psf=\"" + kPsf + L"\"/>");
     EXPECT_EQ(Count(L"psf:PrintTicket/psf:Value"), 1);
-}
-
-TEST_F(Dom, ADocumentIsBuiltFromNothing)
-{
-    ComPtr<IXMLDOMElement> root, a, b, c;
-    ASSERT_EQ(doc_->createElement(Bstr(L"root"), &root), S_OK);
-    ASSERT_EQ(doc_->appendChild(root.Get(), nullptr), S_OK);
-    EXPECT_TRUE(Root());
-    ASSERT_EQ(doc_->createElement(Bstr(L"a"), &a), S_OK);
-    ASSERT_EQ(doc_->createElement(Bstr(L"b"), &b), S_OK);
-    ASSERT_EQ(doc_->createElement(Bstr(L"c"), &c), S_OK);
-    ASSERT_EQ(root->appendChild(c.Get(), nullptr), S_OK);
-    ASSERT_EQ(root->insertBefore(a.Get(), Variant::Unknown(c.Get()), nullptr), S_OK);
-    ComPtr<IXMLDOMComment> comment;
-    ASSERT_EQ(doc_->createComment(Bstr(L" note "), &comment), S_OK);
-    ASSERT_EQ(root->insertBefore(comment.Get(), Variant(), nullptr), S_OK);
-    EXPECT_EQ(XmlOf(doc_.Get()), L"<root><a/><c/><!-- note --></root>\r\n");
-
-    ComPtr<IXMLDOMNode> old;
-    ASSERT_EQ(root->replaceChild(b.Get(), c.Get(), &old), S_OK);
-    EXPECT_EQ(NameOf(old.Get()), L"c");
-    EXPECT_EQ(XmlOf(root.Get()), L"<root><a/><b/><!-- note --></root>");
-    EXPECT_EQ(root->insertBefore(c.Get(), Variant::Unknown(c.Get()), nullptr), E_INVALIDARG) << "c is no child";
-    ComPtr<IXMLDOMNodeList> list;
-    ASSERT_EQ(root->getElementsByTagName(Bstr(L"*"), &list), S_OK);
-    EXPECT_EQ(LengthOf(list.Get()), 2);
 }
 
 TEST_F(Dom, RemovingAFeatureTakesItOutOfTheTicketButLeavesItReadable)
@@ -687,32 +483,25 @@ TEST_F(Dom, BadEditsAnswerWithMsxmlsHresults)
     ComPtr<IXMLDOMNode> option = Select(L"//psf:Option");
     ComPtr<IXMLDOMAttribute> attribute;
     ASSERT_EQ(doc_->createAttribute(Bstr(L"a"), &attribute), S_OK);
-    ComPtr<IXMLDOMElement> second;
-    ASSERT_EQ(doc_->createElement(Bstr(L"second"), &second), S_OK);
     ComPtr<IXMLDOMDocument2> other = NewDocument();
     ComPtr<IXMLDOMElement> foreign;
     ASSERT_EQ(other->createElement(Bstr(L"foreign"), &foreign), S_OK);
     ComPtr<IXMLDOMNode> out;
-    ComPtr<IXMLDOMElement> element;
     const std::vector<std::tuple<const char*, HRESULT, HRESULT>> cases{
         {"append nothing", root->appendChild(nullptr, &out), E_INVALIDARG},
         {"an ancestor cannot become a child", option->appendChild(root.Get(), &out), E_FAIL},
         {"a grandchild is not a child", root->removeChild(option.Get(), &out), E_INVALIDARG},
         {"an attribute is not a child", root->appendChild(attribute.Get(), &out), E_FAIL},
-        {"one document element", doc_->appendChild(second.Get(), &out), E_FAIL},
         {"a node of another document", root->appendChild(foreign.Get(), &out), E_INVALIDARG},
-        {"a name with a space", doc_->createElement(Bstr(L"bad name"), &element), E_FAIL},
-        {"an empty name", doc_->createElement(Bstr(L""), &element), E_FAIL},
         {"a document node", doc_->createNode(Variant::Int(NODE_DOCUMENT), Bstr(L"x"), Bstr(L""), &out), E_INVALIDARG},
         {"no node type", doc_->createNode(Variant::Int(42), Bstr(L"x"), Bstr(L""), &out), E_INVALIDARG},
-        {"an element has no value", root->put_nodeValue(Variant::Text(L"x")), E_FAIL},
     };
     for (const auto& [what, actual, expected] : cases) {
         EXPECT_EQ(actual, expected) << what;
     }
 }
 
-TEST_F(Dom, AttributesAreReadWrittenAndListed)
+TEST_F(Dom, AttributesAreReadAndWrittenEscaped)
 {
     LoadTicket(kTicket);
     ComPtr<IXMLDOMElement> feature;
@@ -722,46 +511,13 @@ TEST_F(Dom, AttributesAreReadWrittenAndListed)
     EXPECT_EQ(value.Text(), L"ns0001:JobInputBin");
     EXPECT_EQ(feature->getAttribute(Bstr(L"missing"), value.Out()), S_FALSE);
     EXPECT_EQ(value.Get().vt, VT_NULL);
-
     EXPECT_EQ(feature->setAttribute(Bstr(L"name"), Variant::Text(L"psk:Other<&>")), S_OK);
     EXPECT_EQ(feature->setAttribute(Bstr(L"count"), Variant::Int(7)), S_OK);
     EXPECT_EQ(XmlOf(feature.Get()).find(L"<psf:Feature name=\"psk:Other&lt;&amp;&gt;\" count=\"7\">"), 0u)
         << platform::ToUtf8(XmlOf(feature.Get()));
-    EXPECT_EQ(feature->removeAttribute(Bstr(L"count")), S_OK);
-    EXPECT_EQ(feature->removeAttribute(Bstr(L"count")), S_FALSE);
-
-    ComPtr<IXMLDOMNamedNodeMap> attributes;
-    ASSERT_EQ(Root()->get_attributes(&attributes), S_OK);
-    EXPECT_EQ(LengthOf(attributes.Get()), 6) << "five namespace declarations and version";
-    ComPtr<IXMLDOMNode> item;
-    EXPECT_EQ(attributes->getNamedItem(Bstr(L"xmlns:ns0001"), &item), S_OK);
-    EXPECT_EQ(TextOf(item.Get()), kPrivate);
-    EXPECT_EQ(attributes->getNamedItem(Bstr(L"version"), &item), S_OK);
-    EXPECT_EQ(attributes->getNamedItem(Bstr(L"nothing"), &item), S_FALSE);
 }
 
-// ---- node lifetimes and copies
-
-TEST_F(Dom, TextNodesStaySeparateAndReplacingTextKeepsHeldNodesUsable)
-{
-    LoadTicket(L"<r>one</r>");
-    ComPtr<IXMLDOMElement> root = Root();
-    ComPtr<IXMLDOMNode> first;
-    ASSERT_EQ(root->get_firstChild(&first), S_OK);
-    ComPtr<IXMLDOMText> second;
-    ASSERT_EQ(doc_->createTextNode(Bstr(L"two"), &second), S_OK);
-    ASSERT_EQ(root->appendChild(second.Get(), nullptr), S_OK);
-    ComPtr<IXMLDOMNodeList> children;
-    ASSERT_EQ(root->get_childNodes(&children), S_OK);
-    EXPECT_EQ(LengthOf(children.Get()), 2);
-    EXPECT_EQ(TextOf(root.Get()), L"onetwo");
-
-    ASSERT_EQ(root->put_text(Bstr(L"three")), S_OK);
-    EXPECT_EQ(XmlOf(root.Get()), L"<r>three</r>");
-    EXPECT_EQ(TextOf(first.Get()), L"one") << "the replaced text node is still there for its holder";
-    EXPECT_EQ(TextOf(second.Get()), L"two");
-    EXPECT_EQ(LengthOf(children.Get()), 1) << "childNodes is live";
-}
+// ---- node lifetimes
 
 TEST_F(Dom, ANodeKeepsItsDocumentAlive)
 {
@@ -771,32 +527,15 @@ TEST_F(Dom, ANodeKeepsItsDocumentAlive)
     doc_.Reset();
 
     EXPECT_EQ(TextOf(value.Get()), L"3");
-    ComPtr<IXMLDOMDocument> owner;
-    ASSERT_EQ(value->get_ownerDocument(&owner), S_OK);
-    ASSERT_EQ(owner.As(&doc_), S_OK);
-    EXPECT_TRUE(Select(L"//psf:Value")) << "the selection namespaces stayed";
+    EXPECT_EQ(XmlOf(value.Get()), L"<psf:Value xsi:type=\"xsd:integer\">3</psf:Value>");
 
     // A node of an earlier load stays usable after the document loads another.
+    doc_ = NewDocument();
+    LoadTicket(kTicket);
+    value = Select(ParameterQuery(L"JobCopiesAllDocuments", kPsk));
+    ASSERT_TRUE(value);
     ASSERT_EQ(LoadXml(L"<other/>"), S_OK);
     EXPECT_EQ(TextOf(value.Get()), L"3");
-    ComPtr<IXMLDOMNode> parent;
-    EXPECT_EQ(value->get_parentNode(&parent), S_OK);
-    EXPECT_EQ(XmlOf(value.Get()), L"<psf:Value xsi:type=\"xsd:integer\">3</psf:Value>");
-}
-
-TEST_F(Dom, ClonesAreDetachedCopies)
-{
-    LoadTicket(kTicket);
-    ComPtr<IXMLDOMNode> feature = Select(L"//psf:Feature");
-    ComPtr<IXMLDOMNode> deep, shallow, parent;
-    ASSERT_EQ(feature->cloneNode(VARIANT_TRUE, &deep), S_OK);
-    ASSERT_EQ(feature->cloneNode(VARIANT_FALSE, &shallow), S_OK);
-    EXPECT_EQ(deep->get_parentNode(&parent), S_FALSE);
-    VARIANT_BOOL has = VARIANT_FALSE;
-    EXPECT_EQ(deep->hasChildNodes(&has), S_OK);
-    EXPECT_EQ(shallow->hasChildNodes(&has), S_FALSE);
-    ASSERT_EQ(Root()->appendChild(deep.Get(), nullptr), S_OK);
-    EXPECT_EQ(Count(OptionQuery(L"JobInputBin", kPrivate)), 2);
 }
 
 }  // namespace

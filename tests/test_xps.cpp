@@ -1,19 +1,18 @@
 // The XPS object model stand-in: reading XPS 1.0 and OpenXPS packages part by part as they are
 // asked for, refusing damaged and hostile ones with the XPS and OPC HRESULTs, and writing them
-// again with changed page sizes so that real XPS readers accept the result.
+// again with changed page sizes and every other entry as it was.
 #include <sys/stat.h>
 
 #include <array>
-#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -73,12 +72,11 @@ struct PageInfo {
     XPS_SIZE advisory;
 };
 
-// An IStream over bytes that counts what is read through it and can be told to fail reading.
-class CountingStream : public platform::ComObject<CountingStream, IStream> {
+// An IStream over bytes that can be told to fail reading.
+class FailingStream : public platform::ComObject<FailingStream, IStream> {
 public:
-    explicit CountingStream(std::string bytes) : bytes_(std::move(bytes)) {}
+    explicit FailingStream(std::string bytes) : bytes_(std::move(bytes)) {}
 
-    std::atomic<ULONGLONG> bytesRead{0};
     bool failReads = false;
 
     HRESULT Read(void* pv, ULONG cb, ULONG* pcbRead) override
@@ -89,7 +87,6 @@ public:
         const ULONGLONG count = position_ >= bytes_.size() ? 0 : std::min<ULONGLONG>(cb, bytes_.size() - position_);
         std::memcpy(pv, bytes_.data() + position_, count);
         position_ += count;
-        bytesRead += count;
         if (pcbRead != nullptr) {
             *pcbRead = static_cast<ULONG>(count);
         }
@@ -128,21 +125,6 @@ public:
 private:
     std::string bytes_;
     ULONGLONG position_ = 0;
-};
-
-// A sequential stream that collects what is written to it.
-class CollectingStream : public platform::ComObject<CollectingStream, ISequentialStream> {
-public:
-    std::string bytes;
-    HRESULT Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    HRESULT Write(const void* pv, ULONG cb, ULONG* written) override
-    {
-        bytes.append(static_cast<const char*>(pv), cb);
-        if (written != nullptr) {
-            *written = cb;
-        }
-        return S_OK;
-    }
 };
 
 std::string RandomBytes(size_t size, unsigned seed)
@@ -186,37 +168,27 @@ size_t EndOfCentralDirectory(const std::string& zip)
     return zip.rfind(std::string("PK\x05\x06", 4));
 }
 
-// Makes an archive entry claim another uncompressed size, in its local and central headers.
-void PatchDeclaredSize(std::string& zip, const std::string& name, std::uint32_t size)
-{
-    const size_t record = EndOfCentralDirectory(zip);
-    size_t at = Le32(zip, record + 16);
-    for (std::uint16_t i = 0; i < Le16(zip, record + 10); ++i) {
-        const std::uint16_t nameLength = Le16(zip, at + 28);
-        const size_t next = at + 46 + nameLength + Le16(zip, at + 30) + Le16(zip, at + 32);
-        if (zip.compare(at + 46, nameLength, name) == 0) {
-            PutLe32(zip, at + 24, size);
-            PutLe32(zip, Le32(zip, at + 42) + 22, size);
-            return;
-        }
-        at = next;
-    }
-    ADD_FAILURE() << "no entry " << name;
-}
-
-std::uint32_t CompressedSize(const std::string& zip, const std::string& name)
+// Where the archive's central directory describes the entry.
+size_t CentralEntry(const std::string& zip, const std::string& name)
 {
     const size_t record = EndOfCentralDirectory(zip);
     size_t at = Le32(zip, record + 16);
     for (std::uint16_t i = 0; i < Le16(zip, record + 10); ++i) {
         const std::uint16_t nameLength = Le16(zip, at + 28);
         if (zip.compare(at + 46, nameLength, name) == 0) {
-            return Le32(zip, at + 20);
+            return at;
         }
         at += 46 + nameLength + Le16(zip, at + 30) + Le16(zip, at + 32);
     }
-    ADD_FAILURE() << "no entry " << name;
-    return 0;
+    throw std::runtime_error("no entry " + name);
+}
+
+// Makes an archive entry claim another uncompressed size, in its local and central headers.
+void PatchDeclaredSize(std::string& zip, const std::string& name, std::uint32_t size)
+{
+    const size_t at = CentralEntry(zip, name);
+    PutLe32(zip, at + 24, size);
+    PutLe32(zip, Le32(zip, at + 42) + 22, size);
 }
 
 std::string Utf16Le(const std::string& ascii)
@@ -227,48 +199,6 @@ std::string Utf16Le(const std::string& ascii)
         bytes += '\0';
     }
     return bytes;
-}
-
-bool ToolAvailable(const std::string& tool)
-{
-    return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-std::string RunCommand(const std::string& command, int& status)
-{
-    std::string output;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) {
-        status = -1;
-        return output;
-    }
-    char buffer[4096];
-    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
-        output.append(buffer, count);
-    }
-    status = ::pclose(pipe);
-    return output;
-}
-
-// The page boxes that a tool's output gives in points, in page order: four numbers after each
-// occurrence of the marker (and an opening bracket, as PDF writes it), x0 y0 x1 y1.
-std::vector<std::pair<double, double>> Boxes(const std::string& output, const std::string& marker)
-{
-    std::vector<std::pair<double, double>> boxes;
-    for (size_t at = output.find(marker); at != std::string::npos; at = output.find(marker, at + 1)) {
-        const char* cursor = output.c_str() + at + marker.size();
-        while (*cursor == ' ' || *cursor == '[' || *cursor == '"') {
-            ++cursor;
-        }
-        double box[4] = {};
-        for (double& value : box) {
-            char* end = nullptr;
-            value = std::strtod(cursor, &end);
-            cursor = end;
-        }
-        boxes.emplace_back(box[2] - box[0], box[3] - box[1]);
-    }
-    return boxes;
 }
 
 class XpsTest : public testing::Test {
@@ -435,16 +365,6 @@ INSTANTIATE_TEST_SUITE_P(Packages, XpsReadTest,
                                          ReadCase{"OpenXpsInterleaved", XpsFlavor::OpenXps, true, 7}),
                          [](const testing::TestParamInfo<ReadCase>& info) { return std::string(info.param.name); });
 
-TEST_F(XpsTest, ReadsAPackageFromAFile)
-{
-    BuildXpsParts(XpsJobPlan::Pages(1, 3, 1000, 2000)).WriteTo(HostFile("in.xps"));
-    const auto package = OpenFile("in.xps");
-    const auto walked = Walk(package.Get());
-    ASSERT_EQ(walked.size(), 1u);
-    ASSERT_EQ(walked[0].size(), 3u);
-    EXPECT_EQ(walked[0][2].size, (XPS_SIZE{1000, 2000}));
-}
-
 TEST_F(XpsTest, FactoryRefusesMissingArgumentsAndFiles)
 {
     ComPtr<IXpsOMPackage> package;
@@ -456,22 +376,6 @@ TEST_F(XpsTest, FactoryRefusesMissingArgumentsAndFiles)
     EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND),
               factory_->CreatePackageFromFile(L"no drive.xps", TRUE, &package));
     EXPECT_EQ(package.Get(), nullptr);
-}
-
-TEST_F(XpsTest, HandsOutTheSameObjectsOnEveryCall)
-{
-    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
-    plan.jobTicket = SampleTicket("t");
-    const auto package = Open(BuildXps(plan));
-    EXPECT_EQ(Sequence(package.Get()).Get(), Sequence(package.Get()).Get());
-    EXPECT_EQ(DocumentAt(package.Get(), 0).Get(), DocumentAt(package.Get(), 0).Get());
-    EXPECT_EQ(ReferenceAt(package.Get(), 0, 0).Get(), ReferenceAt(package.Get(), 0, 0).Get());
-    EXPECT_EQ(PageAt(package.Get(), 0, 0).Get(), PageAt(package.Get(), 0, 0).Get());
-    ComPtr<IXpsOMPrintTicketResource> first;
-    ComPtr<IXpsOMPrintTicketResource> second;
-    EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&first));
-    EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&second));
-    EXPECT_EQ(first.Get(), second.Get());
 }
 
 TEST_F(XpsTest, CollectionsRefuseIndexesPastTheEnd)
@@ -493,26 +397,6 @@ TEST_F(XpsTest, CollectionsRefuseIndexesPastTheEnd)
     EXPECT_EQ(reference.Get(), nullptr);
 }
 
-TEST_F(XpsTest, ObjectsAnswerForTheirInterfaceChains)
-{
-    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
-    plan.jobTicket = SampleTicket("t");
-    const auto package = Open(BuildXps(plan));
-    ComPtr<IXpsOMPrintTicketResource> ticket;
-    ASSERT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
-    ComPtr<IXpsOMResource> resource;
-    ComPtr<IXpsOMPart> part;
-    ComPtr<IUnknown> unknown;
-    ComPtr<IXpsOMPage> notAPage;
-    EXPECT_HR(S_OK, ticket.As(&resource));
-    EXPECT_HR(S_OK, ticket.As(&part));
-    EXPECT_HR(S_OK, ticket.As(&unknown));
-    EXPECT_HR(E_NOINTERFACE, ticket.As(&notAPage));
-    EXPECT_HR(S_OK, PageAt(package.Get(), 0, 0).As(&part));
-    EXPECT_HR(S_OK, DocumentAt(package.Get(), 0).As(&part));
-    EXPECT_HR(S_OK, Sequence(package.Get()).As(&part));
-}
-
 TEST_F(XpsTest, PartNamesMatchIgnoringCaseAndEscapes)
 {
     XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
@@ -529,17 +413,6 @@ TEST_F(XpsTest, PartNamesMatchIgnoringCaseAndEscapes)
 
 // ---- print tickets
 
-TEST_F(XpsTest, SequenceWithoutTicketGivesNull)
-{
-    const auto package = Open(BuildXps(XpsJobPlan::Pages(1, 1)));
-    ComPtr<IXpsOMPrintTicketResource> ticket;
-    EXPECT_HR(S_OK, Sequence(package.Get())->GetPrintTicketResource(&ticket));
-    EXPECT_EQ(ticket.Get(), nullptr);
-    EXPECT_HR(S_OK, DocumentAt(package.Get(), 0)->GetPrintTicketResource(&ticket));
-    EXPECT_EQ(ticket.Get(), nullptr);
-    EXPECT_HR(E_POINTER, Sequence(package.Get())->GetPrintTicketResource(nullptr));
-}
-
 TEST_F(XpsTest, TicketStreamsAreNewAndStartAtTheBeginning)
 {
     XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
@@ -555,79 +428,24 @@ TEST_F(XpsTest, TicketStreamsAreNewAndStartAtTheBeginning)
     EXPECT_NE(first.Get(), second.Get());
     EXPECT_EQ(StreamBytes(second.Get()), SampleTicket("independent"));
     EXPECT_HR(E_POINTER, ticket->GetStream(nullptr));
-}
 
-TEST_F(XpsTest, DocumentTicketsAreTheirOwn)
-{
-    XpsJobPlan plan = XpsJobPlan::Pages(2, 1);
-    plan.jobTicket = SampleTicket("job");
-    plan.documents[1].ticket = SampleTicket("second document");
-    const auto package = Open(BuildXps(plan));
-    ComPtr<IXpsOMPrintTicketResource> ticket;
-    ComPtr<IStream> stream;
-    EXPECT_HR(S_OK, DocumentAt(package.Get(), 0)->GetPrintTicketResource(&ticket));
+    // A job without a ticket answers S_OK with no resource, which the ticket loader relies on.
+    EXPECT_HR(S_OK, Sequence(Open(BuildXps(XpsJobPlan::Pages(1, 1))).Get())->GetPrintTicketResource(&ticket));
     EXPECT_EQ(ticket.Get(), nullptr);
-    ASSERT_HR(S_OK, DocumentAt(package.Get(), 1)->GetPrintTicketResource(&ticket));
-    ASSERT_NE(ticket.Get(), nullptr);
-    ASSERT_HR(S_OK, ticket->GetStream(&stream));
-    EXPECT_EQ(StreamBytes(stream.Get()), SampleTicket("second document"));
-    EXPECT_EQ(TicketOf(Sequence(package.Get()).Get()), SampleTicket("job"));
-}
-
-TEST_F(XpsTest, OpenXpsTicketRelationshipIsFollowed)
-{
-    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
-    plan.flavor = XpsFlavor::OpenXps;
-    plan.jobTicket = SampleTicket("open");
-    EXPECT_EQ(TicketOf(Sequence(Open(BuildXps(plan)).Get()).Get()), SampleTicket("open"));
 }
 
 // ---- reading only what is asked for
 
-TEST_F(XpsTest, OpeningReadsOnlyTheCentralDirectory)
-{
-    XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
-    plan.jobTicket = SampleTicket("lazy");
-    plan.extraParts.push_back(XpsExtraPart{"Resources/Images/scan.jpg", RandomBytes(16 << 20, 7), "image/jpeg", false});
-    const std::string job = BuildXps(plan);
-    ComPtr<CountingStream> stream;
-    stream.Attach(new CountingStream(job));
-    ComPtr<IXpsOMPackage> package;
-
-    ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
-    const ULONGLONG afterOpen = stream->bytesRead;
-    ComPtr<IXpsOMDocumentSequence> sequence = Sequence(package.Get());
-    ComPtr<IXpsOMPrintTicketResource> ticket;
-    ComPtr<IStream> ticketStream;
-    ASSERT_HR(S_OK, sequence->GetPrintTicketResource(&ticket));
-    ASSERT_HR(S_OK, ticket->GetStream(&ticketStream));
-    const ULONGLONG afterTicket = stream->bytesRead;
-
-    // libzip reads the last 64 KB looking for the end of the central directory.
-    EXPECT_LT(afterOpen, 70u * 1024) << "of " << job.size();
-    EXPECT_LT(afterTicket - afterOpen, 8u * 1024) << "of " << job.size();
-    RecordProperty("bytesReadToOpen", std::to_string(afterOpen));
-    RecordProperty("bytesReadForTheTicket", std::to_string(afterTicket - afterOpen));
-}
-
+// A damaged page fails only when it is loaded, so the pages before it are still corrected.
 TEST_F(XpsTest, PagesAreReadOnlyWhenAskedFor)
 {
     auto parts = BuildXpsParts(XpsJobPlan::Pages(1, 2));
     parts.Get(XpsPageItem(0, 1)).data = "<FixedPage this is not markup";
     const auto package = Open(parts.Zip());
-    const auto first = ReferenceAt(package.Get(), 0, 0);
-    const auto second = ReferenceAt(package.Get(), 0, 1);
-    BOOL loaded = TRUE;
     ComPtr<IXpsOMPage> page;
-
-    EXPECT_HR(S_OK, first->IsPageLoaded(&loaded));
-    EXPECT_FALSE(loaded);
-    EXPECT_HR(S_OK, first->GetPage(&page));
-    EXPECT_HR(S_OK, first->IsPageLoaded(&loaded));
-    EXPECT_TRUE(loaded);
-    EXPECT_HR(S_OK, second->IsPageLoaded(&loaded));
-    EXPECT_FALSE(loaded);
-    EXPECT_HR(XPS_E_INVALID_MARKUP, second->GetPage(&page));
+    EXPECT_HR(S_OK, ReferenceAt(package.Get(), 0, 0)->GetPage(&page));
+    page.Reset();
+    EXPECT_HR(XPS_E_INVALID_MARKUP, ReferenceAt(package.Get(), 0, 1)->GetPage(&page));
     EXPECT_EQ(page.Get(), nullptr);
 }
 
@@ -643,8 +461,8 @@ TEST_F(XpsTest, PackageKeepsTheStreamItWasGiven)
 
 TEST_F(XpsTest, StreamReadFailureTravelsToTheCaller)
 {
-    ComPtr<CountingStream> stream;
-    stream.Attach(new CountingStream(BuildXps(XpsJobPlan::Pages(1, 1))));
+    ComPtr<FailingStream> stream;
+    stream.Attach(new FailingStream(BuildXps(XpsJobPlan::Pages(1, 1))));
     ComPtr<IXpsOMPackage> package;
     ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
     stream->failReads = true;
@@ -673,16 +491,6 @@ std::string Broken(const std::function<void(ZipParts&)>& damage, XpsJobPlan plan
     return parts.Zip();
 }
 
-std::string RelationshipsWith(const std::string& relationships)
-{
-    return "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">" + relationships +
-           "</Relationships>";
-}
-
-const std::string kSequenceRelationship =
-    "<Relationship Id=\"A\" Type=\"http://schemas.microsoft.com/xps/2005/06/fixedrepresentation\" "
-    "Target=\"/FixedDocumentSequence.fdseq\"/>";
-
 std::string PageWith(const std::string& attributes, const std::string& content = "")
 {
     return "<FixedPage xmlns=\"http://schemas.microsoft.com/xps/2005/06\" " + attributes + ">" + content +
@@ -705,15 +513,6 @@ std::vector<DamageCase> DamageCases()
 {
     const std::string page = XpsPageItem(0, 0);
     return {
-        {"NotAZip", [] { return std::string("This is a print job, but not a ZIP archive."); }, Step::Open,
-         OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
-        {"Empty", [] { return std::string(); }, Step::Open, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
-        {"TruncatedInHalf",
-         [] {
-             const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
-             return job.substr(0, job.size() / 2);
-         },
-         Step::Open, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
         {"CentralDirectoryCut",
          [] {
              const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
@@ -723,82 +522,10 @@ std::vector<DamageCase> DamageCases()
          Step::Open, OPC_E_ZIP_CORRUPTED_ARCHIVE},
         {"ContentTypesMissing", [] { return Broken([](ZipParts& p) { p.Remove("[Content_Types].xml"); }); },
          Step::Sequence, OPC_E_MISSING_CONTENT_TYPES},
-        {"ContentTypesMalformed",
-         [] { return Broken([](ZipParts& p) { p.Get("[Content_Types].xml").data = "<Types"; }); }, Step::Sequence,
-         OPC_E_INVALID_CONTENT_TYPE_XML},
         {"PackageRelationshipsMissing", [] { return Broken([](ZipParts& p) { p.Remove("_rels/.rels"); }); },
          Step::Sequence, XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP},
-        {"SequenceRelationshipMissing",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get("_rels/.rels").data = RelationshipsWith(
-                     "<Relationship Id=\"C\" "
-                     "Type=\"http://schemas.openxmlformats.org/package/2006/relationships/metadata/core-properties\" "
-                     "Target=\"/docProps/core.xml\"/>");
-             });
-         },
-         Step::Sequence, XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP},
-        {"TwoSequenceRelationships",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get("_rels/.rels").data = RelationshipsWith(
-                     kSequenceRelationship + ReplaceAll(kSequenceRelationship, "Id=\"A\"", "Id=\"B\""));
-             });
-         },
-         Step::Sequence, XPS_E_MULTIPLE_DOCUMENTSEQUENCE_RELATIONSHIPS},
-        {"PackageRelationshipsMalformed",
-         [] {
-             return Broken(
-                 [](ZipParts& p) { p.Get("_rels/.rels").data = RelationshipsWith("<Relationship Id=\"x\"/>"); });
-         },
-         Step::Sequence, OPC_E_INVALID_RELS_XML},
         {"SequencePartMissing", [] { return Broken([](ZipParts& p) { p.Remove(kXpsSequenceItem); }); }, Step::Sequence,
          OPC_E_NO_SUCH_PART},
-        {"SequenceContentTypeWrong",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get("[Content_Types].xml").data =
-                     ReplaceAll(p.Get("[Content_Types].xml").data, "Extension=\"fdseq\"", "Extension=\"fdsq\"");
-             });
-         },
-         Step::Sequence, XPS_E_UNEXPECTED_CONTENT_TYPE},
-        {"SequenceMalformed", [] { return Broken([](ZipParts& p) { p.Get(kXpsSequenceItem).data += "<trailing/>"; }); },
-         Step::Sequence, XPS_E_INVALID_MARKUP},
-        {"SequenceRootWrong",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get(kXpsSequenceItem).data = "<FixedDocument xmlns=\"http://schemas.microsoft.com/xps/2005/06\"/>";
-             });
-         },
-         Step::Sequence, XPS_E_INVALID_MARKUP},
-        {"DocumentMissing", [] { return Broken([](ZipParts& p) { p.Remove(XpsDocumentItem(0)); }); }, Step::Sequence,
-         XPS_E_MISSING_REFERRED_DOCUMENT},
-        {"DocumentMalformed", [] { return Broken([](ZipParts& p) { p.Get(XpsDocumentItem(0)).data.resize(30); }); },
-         Step::Pages, XPS_E_INVALID_MARKUP},
-        {"PageContentWithoutSource",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get(XpsDocumentItem(0)).data = ReplaceAll(p.Get(XpsDocumentItem(0)).data, "Source=", "Origin=");
-             });
-         },
-         Step::Pages, XPS_E_INVALID_MARKUP},
-        {"PageReferredToTwice",
-         [] {
-             XpsJobPlan plan = XpsJobPlan::Pages(1, 2);
-             plan.documents[0].pages[1].source = "Pages/1.fpage";
-             return Broken([](ZipParts&) {}, plan);
-         },
-         Step::Pages, XPS_E_MULTIPLE_REFERENCES_TO_PART},
-        {"DocumentReferredToTwice",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get(kXpsSequenceItem).data =
-                     ReplaceAll(p.Get(kXpsSequenceItem).data, "</FixedDocumentSequence>",
-                                "<DocumentReference Source=\"/Documents/1/FixedDocument.fdoc\"/>"
-                                "</FixedDocumentSequence>");
-             });
-         },
-         Step::Sequence, XPS_E_MULTIPLE_REFERENCES_TO_PART},
         {"PageMissing", [page] { return Broken([page](ZipParts& p) { p.Remove(page); }); }, Step::Pages,
          XPS_E_MISSING_REFERRED_PAGE},
         {"PageOutsideThePackage",
@@ -808,33 +535,7 @@ std::vector<DamageCase> DamageCases()
              return Broken([](ZipParts&) {}, plan);
          },
          Step::Pages, XPS_E_MISSING_REFERRED_PAGE},
-        {"PageOnTheWeb",
-         [] {
-             XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
-             plan.documents[0].pages[0].source = "http://example.com/Documents/1/Pages/1.fpage";
-             return Broken([](ZipParts&) {}, plan);
-         },
-         Step::Pages, XPS_E_MISSING_REFERRED_PAGE},
         {"PageMalformed", [page] { return Broken([page](ZipParts& p) { p.Get(page).data += "</FixedPage>"; }); },
-         Step::Page, XPS_E_INVALID_MARKUP},
-        {"PageWithoutHeight",
-         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"816\""); }); }, Step::Page,
-         XPS_E_INVALID_MARKUP},
-        {"PageWidthNotANumber",
-         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"wide\" Height=\"5\""); }); },
-         Step::Page, XPS_E_INVALID_FLOAT},
-        {"PageWidthInfinite",
-         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"INF\" Height=\"5\""); }); },
-         Step::Page, XPS_E_INVALID_FLOAT},
-        {"PageTooSmall",
-         [page] { return Broken([page](ZipParts& p) { p.Get(page).data = PageWith("Width=\"0.5\" Height=\"5\""); }); },
-         Step::Page, XPS_E_INVALID_PAGE_SIZE},
-        {"PageInAnotherNamespace",
-         [page] {
-             return Broken([page](ZipParts& p) {
-                 p.Get(page).data = "<FixedPage xmlns=\"urn:other\" Width=\"5\" Height=\"5\"/>";
-             });
-         },
          Step::Page, XPS_E_INVALID_MARKUP},
         {"PageWithADtd",
          [page] {
@@ -851,13 +552,6 @@ std::vector<DamageCase> DamageCases()
              return Broken([page](ZipParts& p) {
                  p.Get(page).data =
                      "<!DOCTYPE FixedPage SYSTEM \"file:///etc/passwd\">" + PageWith("Width=\"5\" Height=\"5\"");
-             });
-         },
-         Step::Page, XPS_E_INVALID_MARKUP},
-        {"PageWithAnUndeclaredEntity",
-         [page] {
-             return Broken([page](ZipParts& p) {
-                 p.Get(page).data = PageWith("Width=\"5\" Height=\"5\"", "<Glyphs UnicodeString=\"&secret;\"/>");
              });
          },
          Step::Page, XPS_E_INVALID_MARKUP},
@@ -884,26 +578,6 @@ std::vector<DamageCase> DamageCases()
              return job;
          },
          Step::Page, OPC_E_ZIP_DECOMPRESSION_FAILED},
-        {"TicketPartMissing", [] { return Broken([](ZipParts& p) { p.Remove(kXpsJobTicketItem); }); }, Step::Ticket,
-         OPC_E_NO_SUCH_PART},
-        {"TicketContentTypeWrong",
-         [] {
-             return Broken([](ZipParts& p) {
-                 p.Get("[Content_Types].xml").data =
-                     ReplaceAll(p.Get("[Content_Types].xml").data, "printing.printticket+xml", "printing.ticket+xml");
-             });
-         },
-         Step::Ticket, XPS_E_UNEXPECTED_CONTENT_TYPE},
-        {"TwoTickets",
-         [] {
-             return Broken([](ZipParts& p) {
-                 const std::string one =
-                     "<Relationship Id=\"T1\" Type=\"http://schemas.microsoft.com/xps/2005/06/printticket\" "
-                     "Target=\"Metadata/Job_PT.xml\"/>";
-                 p.Get(kXpsSequenceRelsItem).data = RelationshipsWith(one + ReplaceAll(one, "T1", "T2"));
-             });
-         },
-         Step::Ticket, XPS_E_MULTIPLE_PRINTTICKETS_ON_DOCUMENTSEQUENCE},
         {"TicketPieceDoubled",
          [] {
              return Broken([](ZipParts& p) {
@@ -965,20 +639,19 @@ INSTANTIATE_TEST_SUITE_P(Packages, XpsDamageTest, testing::ValuesIn(DamageCases(
 
 // ---- hostile packages
 
-TEST_F(XpsTest, PartDeclaredLargerThanTheLimitIsNotInflated)
+// A declared size past the limit is refused before inflating; one that deflate cannot produce
+// from the compressed bytes is refused as wrong.
+TEST_F(XpsTest, PartDeclaredTooLargeIsRefused)
 {
-    std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
-    PatchDeclaredSize(job, XpsPageItem(0, 0), 300u << 20);
-    ComPtr<IXpsOMPage> page;
-    EXPECT_HR(kFileTooLarge, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
-}
-
-TEST_F(XpsTest, PartDeclaredLargerThanDeflateCanProduceIsRefused)
-{
-    std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
-    PatchDeclaredSize(job, XpsPageItem(0, 0), CompressedSize(job, XpsPageItem(0, 0)) * 2000);
-    ComPtr<IXpsOMPage> page;
-    EXPECT_HR(OPC_E_ZIP_INCORRECT_DATA_SIZE, ReferenceAt(Open(job).Get(), 0, 0)->GetPage(&page));
+    const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
+    const std::uint32_t impossible = Le32(job, CentralEntry(job, XpsPageItem(0, 0)) + 20) * 2000;  // compressed size
+    for (const auto& [declared, expected] : {std::pair{300u << 20, kFileTooLarge},
+                                             std::pair{impossible, OPC_E_ZIP_INCORRECT_DATA_SIZE}}) {
+        std::string patched = job;
+        PatchDeclaredSize(patched, XpsPageItem(0, 0), declared);
+        ComPtr<IXpsOMPage> page;
+        EXPECT_HR(expected, ReferenceAt(Open(patched).Get(), 0, 0)->GetPage(&page));
+    }
 }
 
 // A bomb: a small entry that claims little and inflates to far more.
@@ -1098,20 +771,6 @@ TEST_F(XpsWriteTest, EveryOtherEntryIsCopiedAsStored)
     }
 }
 
-TEST_F(XpsWriteTest, UntouchedPackageIsWrittenEntryForEntry)
-{
-    const std::string job = BuildXps(Job());
-    ASSERT_HR(S_OK, Open(job)->WriteToFile(WindowsFile("copy.xps").c_str(), nullptr, 0, TRUE));
-    const auto before = ReadZip(job);
-    const auto after = ReadZip(ReadFile(HostFile("copy.xps")));
-    ASSERT_EQ(before.size(), after.size());
-    for (size_t i = 0; i < before.size(); ++i) {
-        EXPECT_EQ(before[i].name, after[i].name);
-        EXPECT_EQ(before[i].method, after[i].method);
-        EXPECT_TRUE(before[i].compressed == after[i].compressed) << before[i].name;
-    }
-}
-
 TEST_F(XpsWriteTest, ReadOnlyAttributeMakesAReadOnlyFile)
 {
     const auto package = Open(BuildXps(Job()));
@@ -1122,16 +781,6 @@ TEST_F(XpsWriteTest, ReadOnlyAttributeMakesAReadOnlyFile)
     // As CreateFileW with CREATE_ALWAYS, the file cannot be written over while it is read-only.
     EXPECT_HR(E_ACCESSDENIED, package->WriteToFile(file.c_str(), nullptr, 0, TRUE));
     EXPECT_EQ(Walk(OpenFile("preview.xps").Get()).size(), 2u);
-}
-
-TEST_F(XpsWriteTest, WritingReplacesWhatTheFileHeld)
-{
-    std::ofstream(HostFile("existing.xps"), std::ios::binary) << std::string(5 << 20, 'x');
-    const auto package = Open(BuildXps(Job()));
-    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("existing.xps").c_str(), nullptr, 0, TRUE));
-    EXPECT_LT(fs::file_size(HostFile("existing.xps")), 3u << 20);
-    EXPECT_EQ(ReadZip(ReadFile(HostFile("existing.xps"))).size(), ReadZip(BuildXps(Job())).size());
-    EXPECT_EQ(GetFileAttributesW(WindowsFile("existing.xps").c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
 }
 
 TEST_F(XpsWriteTest, FileThatCannotBeCreatedGivesTheWin32Error)
@@ -1152,17 +801,6 @@ TEST_F(XpsWriteTest, PackageCannotBeWrittenOverTheFileItReads)
     const auto package = OpenFile("source.xps");
     EXPECT_HR(kSharingViolation, package->WriteToFile(WindowsFile("source.xps").c_str(), nullptr, 0, TRUE));
     EXPECT_EQ(Walk(package.Get()).size(), 2u);
-}
-
-TEST_F(XpsWriteTest, WritesToASequentialStream)
-{
-    const auto package = Open(BuildXps(Job()));
-    Resize(package.Get(), 1, 1, XPS_SIZE{4000, 13000});
-    ComPtr<CollectingStream> out;
-    out.Attach(new CollectingStream);
-    ASSERT_HR(S_OK, package->WriteToStream(out.Get(), TRUE));
-    EXPECT_EQ(Walk(Open(out->bytes).Get())[1][1].size, (XPS_SIZE{4000, 13000}));
-    EXPECT_HR(E_POINTER, package->WriteToStream(nullptr, TRUE));
 }
 
 TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
@@ -1206,67 +844,6 @@ TEST_F(XpsWriteTest, Utf16PageKeepsItsEncoding)
     EXPECT_EQ(written, Utf16Le("<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n" +
                                PageWith("Width=\"1000.5\" Height=\"2000\"", "<Canvas/>")));
     EXPECT_EQ(Walk(OpenFile("out.xps").Get())[0][0].size, (XPS_SIZE{1000.5f, 2000}));
-}
-
-// ---- real XPS readers
-
-class XpsReadersTest : public XpsTest {
-protected:
-    // 1/96 inch to points.
-    static double Points(float xps) { return xps * 72.0 / 96.0; }
-
-    void ExpectBoxes(const std::vector<std::pair<double, double>>& boxes, const std::vector<XPS_SIZE>& pages)
-    {
-        ASSERT_EQ(boxes.size(), pages.size());
-        for (size_t i = 0; i < pages.size(); ++i) {
-            EXPECT_NEAR(boxes[i].first, Points(pages[i].width), 1.0) << "page " << i + 1;
-            EXPECT_NEAR(boxes[i].second, Points(pages[i].height), 1.0) << "page " << i + 1;
-        }
-    }
-
-    // A written package of three pages, the second enlarged.
-    std::vector<XPS_SIZE> WriteJob(XpsFlavor flavor, const std::string& name)
-    {
-        XpsJobPlan plan = XpsJobPlan::Pages(1, 3);
-        plan.flavor = flavor;
-        plan.jobTicket = SampleTicket("reader");
-        plan.documents[0].pages[0].advisoryWidth = 816.f;
-        plan.documents[0].pages[1].advisoryWidth = 816.f;
-        plan.documents[0].pages[1].advisoryHeight = 1056.f;
-        const auto package = Open(BuildXps(plan));
-        Resize(package.Get(), 0, 1, XPS_SIZE{3456, 18897.637f});
-        EXPECT_HR(S_OK, package->WriteToFile(WindowsFile(name).c_str(), nullptr, FILE_ATTRIBUTE_READONLY, TRUE));
-        return {XPS_SIZE{816, 1056}, XPS_SIZE{3456, 18897.637f}, XPS_SIZE{816, 1056}};
-    }
-};
-
-TEST_F(XpsReadersTest, MuPdfReadsTheWrittenPackage)
-{
-    if (!ToolAvailable("mutool")) {
-        GTEST_SKIP() << "mutool (mupdf-tools) is not installed";
-    }
-    for (const auto flavor : {XpsFlavor::Xps, XpsFlavor::OpenXps}) {
-        const std::string name = flavor == XpsFlavor::Xps ? "mupdf.xps" : "mupdf.oxps";
-        const auto pages = WriteJob(flavor, name);
-        int status = 0;
-        const std::string trace = RunCommand("mutool draw -F trace -o - '" + HostFile(name).string() + "'", status);
-        ASSERT_EQ(status, 0) << trace;
-        ExpectBoxes(Boxes(trace, "<page mediabox="), pages);
-    }
-}
-
-TEST_F(XpsReadersTest, LibGxpsConvertsTheWrittenPackage)
-{
-    if (!ToolAvailable("xpstopdf")) {
-        GTEST_SKIP() << "xpstopdf (libgxps-utils) is not installed";
-    }
-    const auto pages = WriteJob(XpsFlavor::Xps, "gxps.xps");
-    int status = 0;
-    const std::string output =
-        RunCommand("xpstopdf '" + HostFile("gxps.xps").string() + "' '" + HostFile("gxps.pdf").string() + "'", status);
-    ASSERT_EQ(status, 0) << output;
-    const std::string pdf = ReadFile(HostFile("gxps.pdf"));
-    ExpectBoxes(Boxes(pdf, "/MediaBox"), pages);
 }
 
 }  // namespace

@@ -2,10 +2,15 @@
 
 namespace testsupport {
 
+std::wstring Feature(const std::wstring& feature, const std::wstring& option, const std::wstring& content)
+{
+    const std::wstring opened = L"<psf:Feature name=\"" + feature + L"\"><psf:Option name=\"" + option;
+    return (content.empty() ? opened + L"\"/>" : opened + L"\">" + content + L"</psf:Option>") + L"</psf:Feature>\n";
+}
+
 std::wstring Option(const std::wstring& feature, const std::wstring& option)
 {
-    const std::wstring prefix = feature.substr(0, feature.find(L':') + 1);
-    return L"<psf:Feature name=\"" + feature + L"\"><psf:Option name=\"" + prefix + option + L"\"/></psf:Feature>\n";
+    return Feature(feature, feature.substr(0, feature.find(L':') + 1) + option);
 }
 
 std::wstring Parameter(const std::wstring& parameter, const std::wstring& value, const std::wstring& type)
@@ -20,17 +25,21 @@ std::wstring Scored(const std::wstring& name, const std::wstring& value, const s
            L"</psf:Value></psf:ScoredProperty>";
 }
 
+std::wstring ParameterRef(const std::wstring& property, const std::wstring& parameter)
+{
+    return L"<psf:ScoredProperty name=\"" + property + L"\"><psf:ParameterRef name=\"" + parameter +
+           L"\"/></psf:ScoredProperty>";
+}
+
 std::wstring PageScaling(const std::wstring& option, const std::wstring& properties)
 {
-    return L"<psf:Feature name=\"ns0000:PageScaling\"><psf:Option name=\"ns0000:" + option + L"\">" + properties +
-           L"</psf:Option></psf:Feature>\n";
+    return Feature(L"ns0000:PageScaling", L"ns0000:" + option, properties);
 }
 
 std::wstring Copies(int copies) { return Parameter(L"psk:JobCopiesAllDocuments", std::to_wstring(copies), L"integer"); }
 
-std::wstring Ticket(const std::wstring& body, int copies)
-{
-    return kTicketStart + Copies(copies) + kMediaSizeA1 + body + kTicketEnd;
-}
+std::wstring BareTicket(const std::wstring& body) { return kTicketStart + body + kTicketEnd; }
+
+std::wstring Ticket(const std::wstring& body, int copies) { return BareTicket(Copies(copies) + kMediaSizeA1 + body); }
 
 }  // namespace testsupport

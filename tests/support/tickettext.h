@@ -28,11 +28,18 @@ inline const std::wstring kMediaSizeA1 = LR"(
 )";
 
 
+// A feature with its option named in full (prefix included) and the option's content.
+std::wstring Feature(const std::wstring& feature, const std::wstring& option, const std::wstring& content = L"");
+// A feature with its option under the feature's own prefix.
 std::wstring Option(const std::wstring& feature, const std::wstring& option);
 std::wstring Parameter(const std::wstring& parameter, const std::wstring& value, const std::wstring& type = L"string");
 std::wstring Scored(const std::wstring& name, const std::wstring& value, const std::wstring& type = L"integer");
+// A scored property that takes its value from the parameter.
+std::wstring ParameterRef(const std::wstring& property, const std::wstring& parameter);
 std::wstring PageScaling(const std::wstring& option, const std::wstring& properties);
 std::wstring Copies(int copies);
+// The root and the body alone, for tickets that must lack what the driver always writes.
+std::wstring BareTicket(const std::wstring& body);
 // Every ticket the driver writes carries a copy count and a page size (A1 here).
 std::wstring Ticket(const std::wstring& body, int copies = 1);
 
