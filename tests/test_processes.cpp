@@ -251,6 +251,23 @@ TEST_F(Processes, WaitingWithATimeLimit)
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }
 
+TEST_F(Processes, TerminatingEndsTheChildWithTheGivenCodeOnce)
+{
+    const PROCESS_INFORMATION process = Start(std::wstring(kProbe) + L" sleep 30000");
+    ASSERT_NE(process.hProcess, nullptr);
+    EXPECT_TRUE(TerminateProcess(process.hProcess, 0xFFFFFFFFu));
+    EXPECT_EQ(WaitForSingleObject(process.hProcess, 10000), WAIT_OBJECT_0);
+    DWORD code = 0;
+    EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &code));
+    EXPECT_EQ(code, 0xFFFFFFFFu);
+    EXPECT_FALSE(TerminateProcess(process.hProcess, 3));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_FALSE(TerminateProcess(process.hThread, 3));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_TRUE(CloseHandle(process.hThread));
+    EXPECT_TRUE(CloseHandle(process.hProcess));
+}
+
 std::wstring NameOf(const std::wstring& entry)
 {
     std::wstring name = entry.substr(0, entry.find(L'='));
