@@ -258,34 +258,46 @@ TEST_F(JobRun, ACancelledPreviewClosesTheOutputEmptyAndAbortsTheJob)
     }
 }
 
-TEST_F(JobRun, WithoutThePreviewOptionTheSessionShowsNothingAndThePreviewValuesArePublished)
+// Jobs that print their own bytes without showing a preview: ben's application would cancel, but it
+// is never started.
+TEST_F(JobRun, WithoutAUsablePreviewTheJobPrintsWithoutLaunchingIt)
 {
-    PrintJob job(L"ben");
-    const std::vector<BYTE> input = Job();
-    Pipeline pipeline(ReadStream::FromBytes(input), job.Bag());
-    ASSERT_EQ(pipeline.Initialize(), S_OK);
-    const LogTail log;
-    EXPECT_EQ(pipeline.Start(), S_OK) << "ben's application would cancel, but it is never started";
-    EXPECT_EQ(pipeline.writer->Bytes(), input);
-    EXPECT_TRUE(log.WaitFor(L"Print Preview option is not available"));
-    EXPECT_EQ(log.Settled().find("launched"), std::string::npos);
-    for (const auto& key : kAcceptedPreviewKeys) {
-        EXPECT_TRUE(pipeline.bag->Get(key)) << WideToUtf8(key);
+    const struct {
+        const char* what;
+        std::wstring ticket;
+        std::function<void(PropertyBag&)> arrange;
+        std::vector<const wchar_t*> lines;
+    } rows[] = {
+        // The preview values are published all the same.
+        {"no preview option", L"", [](PropertyBag&) {}, {L"Print Preview option is not available"}},
+        // The ticket cannot be read for a printer the spooler does not know: every feature reads as
+        // absent, so the job takes the preview path without showing anything.
+        {"a printer the spooler does not know", kPreviewOn,
+         [](PropertyBag& bag) { bag.Set(L"PrinterName", std::wstring(L"QX Printer Nobody Installed")); },
+         {L"Print Preview option is not available"}},
+        {"a registry entry that names no program", kPreviewOn,
+         [](PropertyBag&) { testsupport::InstallPreviewFolderOnly(); },
+         {L"Print Preview option is not installed", L"without launching Host Preview"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        PrintJob job(L"ben");
+        ComPtr<PropertyBag> bag = job.Bag();
+        row.arrange(*bag.Get());
+        const std::vector<BYTE> input = Job(row.ticket);
+        Pipeline pipeline(ReadStream::FromBytes(input), bag);
+        ASSERT_EQ(pipeline.Initialize(), S_OK);
+        const LogTail log;
+        EXPECT_EQ(pipeline.Start(), S_OK);
+        EXPECT_EQ(pipeline.writer->Bytes(), input);
+        for (const wchar_t* line : row.lines) {
+            EXPECT_TRUE(log.WaitFor(line)) << WideToUtf8(line);
+        }
+        EXPECT_EQ(log.Settled().find("launched"), std::string::npos);
+        for (const auto& key : row.ticket.empty() ? kAcceptedPreviewKeys : std::vector<std::wstring>{}) {
+            EXPECT_TRUE(pipeline.bag->Get(key)) << WideToUtf8(key);
+        }
     }
-}
-
-TEST_F(JobRun, ARegistryEntryThatNamesNoProgramMeansNotInstalled)
-{
-    testsupport::InstallPreviewFolderOnly();
-    PrintJob job(L"ben");
-    const std::vector<BYTE> input = Job(kPreviewOn);
-    Pipeline pipeline(ReadStream::FromBytes(input), job.Bag());
-    ASSERT_EQ(pipeline.Initialize(), S_OK);
-    const LogTail log;
-    EXPECT_EQ(pipeline.Start(), S_OK);
-    EXPECT_EQ(pipeline.writer->Bytes(), input);
-    EXPECT_TRUE(log.WaitFor(L"Print Preview option is not installed"));
-    EXPECT_TRUE(log.WaitFor(L"without launching Host Preview"));
 }
 
 TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
@@ -317,23 +329,6 @@ TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
         EXPECT_EQ(pipeline.control->ShutdownReason(), hr);
         EXPECT_EQ(pipeline.control->Calls().back(), "FilterFinished");
     }
-}
-
-// The ticket cannot be read for a printer the spooler does not know: every feature reads as absent,
-// so the job takes the preview path without showing anything and prints its own bytes.
-TEST_F(JobRun, AJobForAPrinterTheSpoolerDoesNotKnowStillPrints)
-{
-    PrintJob job(L"ben");
-    ComPtr<PropertyBag> bag = job.Bag();
-    bag->Set(L"PrinterName", std::wstring(L"QX Printer Nobody Installed"));
-    const std::vector<BYTE> input = Job(kPreviewOn);
-    Pipeline pipeline(ReadStream::FromBytes(input), bag);
-    ASSERT_EQ(pipeline.Initialize(), S_OK);
-    const LogTail log;
-    EXPECT_EQ(pipeline.Start(), S_OK);
-    EXPECT_EQ(pipeline.writer->Bytes(), input);
-    EXPECT_TRUE(log.WaitFor(L"Print Preview option is not available"));
-    EXPECT_EQ(log.Settled().find("launched"), std::string::npos);
 }
 
 TEST_F(JobRun, AFailedWriteIsReportedToThePipeline)

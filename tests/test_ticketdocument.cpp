@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <iterator>
-#include <ostream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -90,16 +89,7 @@ const wchar_t kPrivateDeclaration[] = L" xmlns:ns0000=\"http://schemas.qx.com/lf
 // ---- reading a list
 
 // What a list reports: whether the ticket selects a known option, and the value.
-struct Reading {
-    bool found;
-    std::int64_t value;
-    bool operator==(const Reading& other) const { return found == other.found && value == other.value; }
-};
-
-std::ostream& operator<<(std::ostream& out, const Reading& reading)
-{
-    return out << "{found " << reading.found << ", value " << reading.value << "}";
-}
+using Reading = std::pair<bool, std::int64_t>;
 
 using ListReader = Reading (*)(IXMLDOMDocument2*);
 
@@ -609,12 +599,13 @@ TEST_F(TicketEditing, RemovingWhatIsAbsentChangesNothing)
 
 // ---- the feature tables
 
-enum class Namespace { Keywords, Private };
+// The prefix a feature is written under: the keywords' or the maker's.
+enum Prefix { Psk, Ns0000 };
 using Options = std::vector<std::pair<std::wstring, std::int64_t>>;
 
 struct FeatureCase {
     std::wstring keyword;
-    Namespace space;
+    Prefix prefix;
     ListReader read;
     Options options;
     std::int64_t defaultValue;
@@ -628,71 +619,63 @@ const Options kOnOff{{L"ON", 1}, {L"OFF", 0}};
 const std::vector<FeatureCase>& DescribedFeatures()
 {
     static const std::vector<FeatureCase> features{
-        {L"JobInputBin", Namespace::Keywords, &ReadList<EInputBin, inputBinDesc>,
+        {L"JobInputBin", Psk, &ReadList<EInputBin, inputBinDesc>,
          {{L"AutoSelect", 0}, {L"Roll3", 6}, {L"SheetFeeder", 10}}, 0},
-        {L"PageOutputQuality", Namespace::Keywords, &ReadList<EQuality, qualityDesc>,
-         {{L"Draft", 0}, {L"HighDetail", 5}}, 1},
-        {L"JobEconomode", Namespace::Private, &ReadList<EOnOff, economodeDesc>, kOnOff, -1},
-        {L"JobUnidirectional", Namespace::Private, &ReadList<EOnOff, unidirectionalDesc>, kOnOff, -1},
-        {L"JobMaxDetail", Namespace::Private, &ReadList<EOnOff, maxDetailDesc>, kOnOff, 0},
-        {L"JobMorePasses", Namespace::Private, &ReadList<EOnOff, morePassesDesc>, kOnOff, -1},
-        {L"JobMarginsLayout", Namespace::Private, &ReadList<EMarginsLayout, marginsLayoutDesc>,
+        {L"PageOutputQuality", Psk, &ReadList<EQuality, qualityDesc>, {{L"Draft", 0}, {L"HighDetail", 5}}, 1},
+        {L"JobEconomode", Ns0000, &ReadList<EOnOff, economodeDesc>, kOnOff, -1},
+        {L"JobUnidirectional", Ns0000, &ReadList<EOnOff, unidirectionalDesc>, kOnOff, -1},
+        {L"JobMaxDetail", Ns0000, &ReadList<EOnOff, maxDetailDesc>, kOnOff, 0},
+        {L"JobMorePasses", Ns0000, &ReadList<EOnOff, morePassesDesc>, kOnOff, -1},
+        {L"JobMarginsLayout", Ns0000, &ReadList<EMarginsLayout, marginsLayoutDesc>,
          {{L"Standard", 0}, {L"BorderlessAutomatic", 4}}, 0},
-        {L"JobAlignment", Namespace::Private, &ReadList<EAlignment, alignmentDesc>,
+        {L"JobAlignment", Ns0000, &ReadList<EAlignment, alignmentDesc>,
          {{L"KeepLeft", 0}, {L"UsePrinterSettings", 3}}, -1},
-        {L"PageOutputColor", Namespace::Keywords, &ReadList<EOutputColor, outputColorDesc>,
-         {{L"Color", 0}, {L"Monochrome", 2}}, -1},
-        {L"JobPrinterEmulation", Namespace::Private, &ReadList<EEmulatedPrinter, emulatedPrinterDesc>,
+        {L"PageOutputColor", Psk, &ReadList<EOutputColor, outputColorDesc>, {{L"Color", 0}, {L"Monochrome", 2}}, -1},
+        {L"JobPrinterEmulation", Ns0000, &ReadList<EEmulatedPrinter, emulatedPrinterDesc>,
          {{L"None", 0}, {L"QXTerraline800", 8}}, -1},
-        {L"PageRGBColorManagement", Namespace::Private, &ReadList<ERgbColorManagement, rgbColorMgmDesc>,
+        {L"PageRGBColorManagement", Ns0000, &ReadList<ERgbColorManagement, rgbColorMgmDesc>,
          {{L"None", 0}, {L"ColorMatchRGB", 4}}, -1},
-        {L"PageCMYKColorManagement", Namespace::Private, &ReadList<ECmykColorManagement, cmykColorMgmDesc>,
+        {L"PageCMYKColorManagement", Ns0000, &ReadList<ECmykColorManagement, cmykColorMgmDesc>,
          {{L"None", 0}, {L"WebCoatedSWOP2006Grade5", 20}}, 0},
-        {L"JobEnableCropLines", Namespace::Private, &ReadList<EOnOff, cropLinesDesc>, kOnOff, -1},
-        {L"DocumentCollate", Namespace::Keywords, &ReadList<ECollate, collateDesc>,
-         {{L"Collated", 1}, {L"Uncollated", 0}}, 0},
-        {L"JobPageOrder", Namespace::Private, &ReadList<EReverse, reverseDesc>,
-         {{L"Standard", 0}, {L"LastPageOnTop", 3}}, 0},
-        {L"JobOutputBin", Namespace::Private, &ReadList<EOutputBin, outputBinDesc>,
-         {{L"Basket", 0}, {L"RearStacker", 6}}, -1},
-        {L"PagePantoneEmulation", Namespace::Private, &ReadList<EOnOff, pantoneEmulationDesc>, kOnOff, -1},
-        {L"JobHoldForAttendedMode", Namespace::Private, &ReadList<EOnOff, holdForAttendedDesc>, kOnOff, -1},
-        {L"JobEnableVerticalCutter", Namespace::Private, &ReadList<EOnOff, verticalCutterDesc>, kOnOff, -1},
-        {L"JobPrintPreview", Namespace::Private, &ReadList<EOnOff, printPreviewDesc>, kOnOff, 0},
-        {L"JobRemoveBlankAreas", Namespace::Private, &ReadList<EOnOff, removeBlankAreasDesc>, kOnOff, 0},
-        {L"JobStorage", Namespace::Private, &ReadList<EPrivacyLevel, jobStorageDesc>, {{L"Public", 0}, {L"Pin", 3}}, -1},
-        {L"PageMirrorImage", Namespace::Keywords, &ReadList<EMirror, mirrorDesc>,
-         {{L"None", 0}, {L"MirrorImageHeight", 2}}, 0},
-        {L"JobFolderStyle", Namespace::Private, &ReadList<EFolderStyle, foldingStylesDesc>,
+        {L"JobEnableCropLines", Ns0000, &ReadList<EOnOff, cropLinesDesc>, kOnOff, -1},
+        {L"DocumentCollate", Psk, &ReadList<ECollate, collateDesc>, {{L"Collated", 1}, {L"Uncollated", 0}}, 0},
+        {L"JobPageOrder", Ns0000, &ReadList<EReverse, reverseDesc>, {{L"Standard", 0}, {L"LastPageOnTop", 3}}, 0},
+        {L"JobOutputBin", Ns0000, &ReadList<EOutputBin, outputBinDesc>, {{L"Basket", 0}, {L"RearStacker", 6}}, -1},
+        {L"PagePantoneEmulation", Ns0000, &ReadList<EOnOff, pantoneEmulationDesc>, kOnOff, -1},
+        {L"JobHoldForAttendedMode", Ns0000, &ReadList<EOnOff, holdForAttendedDesc>, kOnOff, -1},
+        {L"JobEnableVerticalCutter", Ns0000, &ReadList<EOnOff, verticalCutterDesc>, kOnOff, -1},
+        {L"JobPrintPreview", Ns0000, &ReadList<EOnOff, printPreviewDesc>, kOnOff, 0},
+        {L"JobRemoveBlankAreas", Ns0000, &ReadList<EOnOff, removeBlankAreasDesc>, kOnOff, 0},
+        {L"JobStorage", Ns0000, &ReadList<EPrivacyLevel, jobStorageDesc>, {{L"Public", 0}, {L"Pin", 3}}, -1},
+        {L"PageMirrorImage", Psk, &ReadList<EMirror, mirrorDesc>, {{L"None", 0}, {L"MirrorImageHeight", 2}}, 0},
+        {L"JobFolderStyle", Ns0000, &ReadList<EFolderStyle, foldingStylesDesc>,
          {{L"UsePrinterDefault", 0}, {L"NotFolded", 5}, {L"DINA19020x297", 16}}, -1},
-        {L"JobUserMargin", Namespace::Private, &ReadList<EUserMargin, userMarginDesc>, {{L"_0mm", 0}, {L"_5mm", 2}}, 2},
-        {L"PageOrientation", Namespace::Keywords, &ReadList<EOrientation, orientationDesc>,
-         {{L"Portrait", 0}, {L"Landscape", 1}}, 0},
-        {L"JobRotate", Namespace::Private, &ReadList<ERotate, rotateDesc>,
+        {L"JobUserMargin", Ns0000, &ReadList<EUserMargin, userMarginDesc>, {{L"_0mm", 0}, {L"_5mm", 2}}, 2},
+        {L"PageOrientation", Psk, &ReadList<EOrientation, orientationDesc>, {{L"Portrait", 0}, {L"Landscape", 1}}, 0},
+        {L"JobRotate", Ns0000, &ReadList<ERotate, rotateDesc>,
          {{L"None", 0}, {L"Rotate0", 4}, {L"Rotate90", 1}, {L"Rotate180", 2}, {L"Rotate270", 3}}, 0},
-        {L"PageAutorotate", Namespace::Private, &ReadList<EAutorotate, autorotateDesc>,
+        {L"PageAutorotate", Ns0000, &ReadList<EAutorotate, autorotateDesc>,
          {{L"None", 0}, {L"AUTOROTATEJISB1", 17}}, 0},
-        {L"PageColorManagement", Namespace::Keywords, &ReadList<EColorManagement, ColorMgmDesc>,
-         {{L"Driver", 1}, {L"None", 0}}, 1},
-        {L"JobPrintQualitySettings", Namespace::Private, &ReadList<EPrintQualitySettings, printQualitySettingsDesc>,
+        {L"PageColorManagement", Psk, &ReadList<EColorManagement, ColorMgmDesc>, {{L"Driver", 1}, {L"None", 0}}, 1},
+        {L"JobPrintQualitySettings", Ns0000, &ReadList<EPrintQualitySettings, printQualitySettingsDesc>,
          {{L"Custom", 1}, {L"Standard", 0}}, 0},
-        {L"JobGlossEnhancer", Namespace::Private, &ReadList<EGlossEnhancer, glossEnhancerDesc>,
+        {L"JobGlossEnhancer", Ns0000, &ReadList<EGlossEnhancer, glossEnhancerDesc>,
          {{L"Off", 1}, {L"Economode", 3}, {L"FullPage", 2}}, -1},
-        {L"PageICMRenderingIntent", Namespace::Keywords, &ReadList<ERenderingIntent, renderingIntentDesc>,
+        {L"PageICMRenderingIntent", Psk, &ReadList<ERenderingIntent, renderingIntentDesc>,
          {{L"BusinessGraphics", 0}, {L"AbsoluteColorimetric", 3}}, 1},
-        {L"JobFastRenderingMode", Namespace::Private, &ReadList<EOnOff, fastRenderingModeDesc>, kOnOff, -1},
-        {L"JobSizePassTrough", Namespace::Private, &ReadList<EOnOff, sizePassTroughDesc>, kOnOff, 0},
-        {L"JobStorageMesa", Namespace::Private, &ReadList<EOnOff, storageMesaDesc>, kOnOff, -1},
-        {L"JobDeleteJobStorageMesa", Namespace::Private, &ReadList<EOnOff, deleteJobStorageMesaDesc>, kOnOff, -1},
-        {L"JobEnableAutoCutter", Namespace::Private, &ReadList<EInternalCutter, cutterAutoDesc>,
+        {L"JobFastRenderingMode", Ns0000, &ReadList<EOnOff, fastRenderingModeDesc>, kOnOff, -1},
+        {L"JobSizePassTrough", Ns0000, &ReadList<EOnOff, sizePassTroughDesc>, kOnOff, 0},
+        {L"JobStorageMesa", Ns0000, &ReadList<EOnOff, storageMesaDesc>, kOnOff, -1},
+        {L"JobDeleteJobStorageMesa", Ns0000, &ReadList<EOnOff, deleteJobStorageMesaDesc>, kOnOff, -1},
+        {L"JobEnableAutoCutter", Ns0000, &ReadList<EInternalCutter, cutterAutoDesc>,
          {{L"INVALID", 0}, {L"ON", 1}, {L"OFF", 2}}, 0},
-        {L"JobEnableMultiPageCutter", Namespace::Private, &ReadList<EInternalCutter, cutterMultiPageDesc>,
+        {L"JobEnableMultiPageCutter", Ns0000, &ReadList<EInternalCutter, cutterMultiPageDesc>,
          {{L"INVALID", 0}, {L"ON", 1}, {L"OFF", 3}}, 0},
-        {L"PageResolution", Namespace::Keywords, &ReadList<unsigned int, resolutionDesc>,
+        {L"PageResolution", Psk, &ReadList<unsigned int, resolutionDesc>,
          {{L"_75dpi", 75}, {L"_150dpi", 150}, {L"_300dpi", 300}, {L"_600dpi", 600}, {L"_1200dpi", 1200}}, 600},
-        {L"PageMediaType", Namespace::Keywords, &ReadList<EMediaType, mediaTypeDesc>, {{L"CoatedPaper", 23}}, 1},
+        {L"PageMediaType", Psk, &ReadList<EMediaType, mediaTypeDesc>, {{L"CoatedPaper", 23}}, 1},
         // The named sizes run from 2.
-        {L"PageMediaSize", Namespace::Keywords, &ReadList<EMediaSize, mediaSizeDesc>,
+        {L"PageMediaSize", Psk, &ReadList<EMediaSize, mediaSizeDesc>,
          {{L"NorthAmericaLetter", 2}, {L"ISOA1", 18}, {L"ISOC4", 58}}, 1},
     };
     return features;
@@ -705,7 +688,7 @@ TEST_F(FeatureTables, EveryDescribedFeatureReadsItsOptionsAndItsDefault)
     ASSERT_EQ(DescribedFeatures().size(), 41u);
     for (const FeatureCase& feature : DescribedFeatures()) {
         SCOPED_TRACE(Utf8(feature.keyword));
-        const std::wstring prefix = feature.space == Namespace::Keywords ? L"psk" : L"ns0000";
+        const std::wstring prefix = feature.prefix == Psk ? L"psk" : L"ns0000";
         for (const auto& [option, value] : feature.options) {
             SCOPED_TRACE(Utf8(option));
             Load(Selecting(prefix, feature.keyword, option));
@@ -714,8 +697,7 @@ TEST_F(FeatureTables, EveryDescribedFeatureReadsItsOptionsAndItsDefault)
         Load(BareTicket(L""));
         EXPECT_EQ(feature.read(doc_.Get()), (Reading{false, feature.defaultValue}));
         // In the other namespace the feature is not the described one.
-        Load(Selecting(feature.space == Namespace::Keywords ? L"ns0000" : L"psk", feature.keyword,
-                       feature.options.front().first));
+        Load(Selecting(feature.prefix == Psk ? L"ns0000" : L"psk", feature.keyword, feature.options.front().first));
         EXPECT_EQ(feature.read(doc_.Get()), (Reading{false, feature.defaultValue}));
     }
 }
@@ -760,7 +742,7 @@ TEST_F(MediaCatalogue, EveryMediaKeywordReadsAsItsPosition)
         EXPECT_EQ((Read<EMediaType, mediaTypeDesc>()), (Reading{true, static_cast<std::int64_t>(position)}));
     }
     Load(Selecting(L"psk", L"PageMediaType", L"PlainPaper283C90gsm29"));
-    EXPECT_TRUE((Read<EMediaType, mediaTypeDesc>()).found) << "plain paper under 90 g/m2";
+    EXPECT_TRUE((Read<EMediaType, mediaTypeDesc>()).first) << "plain paper under 90 g/m2";
 }
 
 }  // namespace
