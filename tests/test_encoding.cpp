@@ -149,23 +149,6 @@ std::string TextWithWordAt(std::size_t index, const std::string& word, std::size
     return TextOfBits(Repeat("11", index) + word + Repeat("11", words - 1 - index));
 }
 
-// Where each code word ends: the second of two 1 bits in a row that start no new word.
-std::vector<std::size_t> WordEnds(const std::string& bits)
-{
-    std::vector<std::size_t> ends;
-    bool previous = false;
-    for (std::size_t i = 0; i < bits.size(); ++i) {
-        const bool bit = bits[i] == '1';
-        if (bit && previous) {
-            ends.push_back(i);
-            previous = false;
-        } else {
-            previous = bit;
-        }
-    }
-    return ends;
-}
-
 std::string FlipBit(const std::string& text, std::size_t bit)
 {
     std::string bits = BitsOfText(text);
@@ -195,14 +178,10 @@ MorvikSettingsRecord RandomRecord(std::mt19937& random)
 // ---------------------------------------------------------------------------------------------
 // Exact texts
 
-TEST(EncodingText, UnsetRecordIsAllShortestWords)
+TEST(EncodingText, UniformRecordsAreRunsOfOneWord)
 {
     // 53 words "11": 102 one bits in 17 characters, then "1111" and two fill bits.
     EXPECT_EQ("F" + std::string(17, '_') + "8", Encode(Filled(kMorvikUnset)));
-}
-
-TEST(EncodingText, ZeroRecordIsAllWordsOfTwo)
-{
     // 53 words "011": "011011" is 'b'; the last three bits "011" and three fill bits are 'Y'.
     EXPECT_EQ("F" + std::string(26, 'b') + "Y", Encode(Filled(0)));
 }
@@ -237,16 +216,6 @@ TEST(EncodingText, EachFieldBecomesItsCodeWordInFieldOrder)
     }
 }
 
-TEST(EncodingText, TextUsesOnlyTheAlphabetAfterTheVersion)
-{
-    std::mt19937 random(7);
-    for (int i = 0; i < 200; ++i) {
-        const std::string text = Encode(RandomRecord(random));
-        ASSERT_EQ('F', text[0]);
-        EXPECT_EQ(std::string::npos, text.find_first_not_of(kAlphabet, 1)) << text;
-    }
-}
-
 TEST(EncodingText, NoOutputBufferIsRefused)
 {
     EXPECT_NE(0, Lib().encode(Filled(0), nullptr));
@@ -265,12 +234,15 @@ TEST(EncodingLength, LongestWordsInEveryFieldGiveTheLongestText)
     EXPECT_EQ(kLongestText - 9, Encode(Filled(-1323752226)).size()) << "one term fewer: 46 bits per word";
 }
 
-TEST(EncodingLength, NoRecordIsLongerThanTheBound)
+TEST(EncodingLength, NoRecordIsLongerThanTheBoundOrLeavesTheAlphabet)
 {
     std::mt19937 random(20240501);
     std::size_t longest = 0;
     for (int i = 0; i < 3000; ++i) {
-        longest = std::max(longest, Encode(RandomRecord(random)).size());
+        const std::string text = Encode(RandomRecord(random));
+        ASSERT_EQ('F', text[0]);
+        EXPECT_EQ(std::string::npos, text.find_first_not_of(kAlphabet, 1)) << text;
+        longest = std::max(longest, text.size());
     }
     for (const std::int32_t value : {0, -1, std::numeric_limits<std::int32_t>::max(),
                                      std::numeric_limits<std::int32_t>::min(), kLongestWordField}) {
@@ -280,44 +252,20 @@ TEST(EncodingLength, NoRecordIsLongerThanTheBound)
     EXPECT_LE(longest, 511u);
 }
 
-TEST(EncodingLength, TypicalRecordIsShort)
-{
-    MorvikSettingsRecord record = Filled(kMorvikUnset);
-    record.fields[kMorvikFormat] = 2;
-    record.fields[kMorvikInputBin] = 5;
-    record.fields[kMorvikRotation] = 0;
-    record.fields[kMorvikAlwaysOne] = 1;
-    EXPECT_LT(Encode(record).size(), 30u);
-}
-
 // ---------------------------------------------------------------------------------------------
 // Round trips
 
-void ExpectRoundTrip(const MorvikSettingsRecord& record)
-{
-    const Decoded decoded = Decode(Encode(record));
-    ASSERT_EQ(1, decoded.success);
-    EXPECT_TRUE(decoded.record == record);
-}
-
-TEST(EncodingRoundTrip, RandomRecords)
+TEST(EncodingRoundTrip, RandomAndExtremeRecords)
 {
     std::mt19937 random(4711);
+    std::vector<MorvikSettingsRecord> records;
     for (int i = 0; i < 2000; ++i) {
-        ASSERT_NO_FATAL_FAILURE(ExpectRoundTrip(RandomRecord(random))) << "record " << i;
+        records.push_back(RandomRecord(random));
     }
-}
-
-TEST(EncodingRoundTrip, EveryFieldAtEachExtreme)
-{
     for (const std::int64_t value : {0LL, -1LL, 1LL, 0x7FFFFFFFLL, -0x80000000LL, 0xFFFFFFFELL, 0x80000001LL}) {
-        SCOPED_TRACE(value);
-        ExpectRoundTrip(Filled(static_cast<std::int32_t>(static_cast<std::uint32_t>(value))));
+        records.push_back(Filled(static_cast<std::int32_t>(static_cast<std::uint32_t>(value))));
     }
-}
-
-TEST(EncodingRoundTrip, ExtremesMixedAcrossFields)
-{
+    // The extremes mixed across the fields, then each field alone away from unset.
     const std::int32_t extremes[] = {0, -1, std::numeric_limits<std::int32_t>::max(),
                                      std::numeric_limits<std::int32_t>::min(), kLongestWordField};
     for (std::size_t shift = 0; shift < std::size(extremes); ++shift) {
@@ -325,18 +273,18 @@ TEST(EncodingRoundTrip, ExtremesMixedAcrossFields)
         for (std::size_t i = 0; i < kMorvikFieldCount; ++i) {
             record.fields[i] = extremes[(i + shift) % std::size(extremes)];
         }
-        ExpectRoundTrip(record);
+        records.push_back(record);
     }
-}
-
-TEST(EncodingRoundTrip, OneFieldAwayFromUnset)
-{
     for (std::size_t index = 0; index < kMorvikFieldCount; ++index) {
         for (const std::int32_t value : {0, kLongestWordField, std::numeric_limits<std::int32_t>::min()}) {
-            MorvikSettingsRecord record = Filled(kMorvikUnset);
-            record.fields[index] = value;
-            ExpectRoundTrip(record);
+            records.push_back(Filled(kMorvikUnset));
+            records.back().fields[index] = value;
         }
+    }
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        const Decoded decoded = Decode(Encode(records[i]));
+        ASSERT_EQ(1, decoded.success) << "record " << i;
+        EXPECT_TRUE(decoded.record == records[i]) << "record " << i;
     }
 }
 
@@ -358,7 +306,6 @@ TEST(EncodingRejects, MalformedTexts)
         {unset.substr(1), "no version"},
         {"F" + std::string(17, '_') + "+", "character outside the alphabet"},
         {"F" + std::string(8, '_') + "/" + std::string(8, '_') + "8", "base64 slash"},
-        {"F" + std::string(8, '_') + " " + std::string(8, '_') + "8", "blank"},
         {unset + "=", "base64 padding"},
         {unset.substr(0, unset.size() - 1), "truncated by a character"},
         {longest.substr(0, longest.size() - 1), "longest text truncated"},
@@ -374,23 +321,17 @@ TEST(EncodingRejects, MalformedTexts)
         {TextWithWordAt(30, std::string(60, '0') + "11"), "word far beyond 32 bits"},
         {TextWithWordAt(10, std::string(41, '0') + "10101" "1"), "47-bit word above 2^32"},
         {"F" + std::string(511, 'A'), "512 characters"},
-        {"F" + std::string(600, '_'), "far too long"},
     };
     for (const auto& bad : cases) {
         ExpectRejected(bad.text, bad.why);
     }
 }
 
-TEST(EncodingRejects, LongestWordsAtTheirLimitAreAccepted)
+TEST(EncodingRejects, A47BitWordBelow2To32IsAccepted)
 {
     MorvikSettingsRecord expected = Filled(kMorvikUnset);
-    expected.fields[10] = -1323752225;  // 2971215073, the largest term alone
-    Decoded decoded = Decode(TextWithWordAt(10, std::string(45, '0') + "11"));
-    ASSERT_EQ(1, decoded.success);
-    EXPECT_TRUE(decoded.record == expected);
-
     expected.fields[10] = static_cast<std::int32_t>(4106118243u - 2);  // 1134903170 + 2971215073
-    decoded = Decode(TextWithWordAt(10, std::string(43, '0') + "1011"));
+    const Decoded decoded = Decode(TextWithWordAt(10, std::string(43, '0') + "1011"));
     ASSERT_EQ(1, decoded.success);
     EXPECT_TRUE(decoded.record == expected);
 }
@@ -400,19 +341,6 @@ TEST(EncodingRejects, EverySingleBitFlipOfTheUnsetRecord)
     const std::string text = Encode(Filled(kMorvikUnset));
     for (std::size_t bit = 0; bit < 6 * (text.size() - 1); ++bit) {
         ExpectRejected(FlipBit(text, bit), "bit " + std::to_string(bit));
-    }
-}
-
-TEST(EncodingRejects, ClearedWordEndsOfRandomRecords)
-{
-    std::mt19937 random(99);
-    for (int i = 0; i < 20; ++i) {
-        const std::string text = Encode(RandomRecord(random));
-        const std::vector<std::size_t> ends = WordEnds(BitsOfText(text));
-        ASSERT_EQ(53u, ends.size());
-        for (const std::size_t end : ends) {
-            ExpectRejected(FlipBit(text, end), "word end at bit " + std::to_string(end));
-        }
     }
 }
 

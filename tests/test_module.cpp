@@ -80,7 +80,7 @@ TEST(ModuleExports, AreExactlyTheTwoComEntryPoints)
     EXPECT_EQ(exported, (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject"}));
 }
 
-TEST(DllGetClassObject, ServesOnlyTheFilterClass)
+TEST(DllGetClassObject, ServesOnlyTheFilterClassFactoryAndLeavesNothingAliveOtherwise)
 {
     EXPECT_EQ(Module::Get().GetClassObject(kFilterClsid, IID_IClassFactory, nullptr), E_POINTER);
 
@@ -89,13 +89,6 @@ TEST(DllGetClassObject, ServesOnlyTheFilterClass)
     EXPECT_EQ(Module::Get().GetClassObject(other, IID_IClassFactory, &object), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(object, nullptr);
 
-    ComPtr<IUnknown> unknown;
-    EXPECT_EQ(Module::Get().GetClassObject(kFilterClsid, IID_IUnknown, &unknown), S_OK);
-    EXPECT_TRUE(unknown);
-}
-
-TEST(DllGetClassObject, RefusesOtherInterfacesAndLeavesNothingAlive)
-{
     const LogTail log;
     ComPtr<IPrintPipelineFilter> filter;
     EXPECT_EQ(Module::Get().GetClassObject(kFilterClsid, IID_IPrintPipelineFilter, &filter), E_NOINTERFACE);
@@ -103,6 +96,10 @@ TEST(DllGetClassObject, RefusesOtherInterfacesAndLeavesNothingAlive)
     EXPECT_TRUE(log.WaitFor(L"[ERR] [unknownbase:UnknownBase<struct IClassFactory>::QueryInterface:"));
     EXPECT_TRUE(log.WaitFor(L"] - Invalid interface"));
     EXPECT_EQ(Module::Get().CanUnloadNow(), S_OK);
+
+    ComPtr<IUnknown> unknown;
+    EXPECT_EQ(Module::Get().GetClassObject(kFilterClsid, IID_IUnknown, &unknown), S_OK);
+    EXPECT_TRUE(unknown);
 }
 
 TEST(DllCanUnloadNow, CountsFactoriesFiltersAndLocks)
@@ -117,10 +114,9 @@ TEST(DllCanUnloadNow, CountsFactoriesFiltersAndLocks)
     EXPECT_EQ(Module::Get().CanUnloadNow(), S_FALSE) << "a live filter keeps the module";
     filter.Reset();
     EXPECT_EQ(Module::Get().CanUnloadNow(), S_OK);
-
 }
 
-TEST(ClassFactory, ALockHoldsTheModuleUntilTheMatchingUnlock)
+TEST(ClassFactory, ALockHoldsTheModuleUntilTheMatchingUnlockAndAnUnbalancedUnlockDoesNot)
 {
     const LONG before = ModuleObjectCount();
     ComPtr<XPSFilterPrevFactory> factory;
@@ -130,6 +126,10 @@ TEST(ClassFactory, ALockHoldsTheModuleUntilTheMatchingUnlock)
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     EXPECT_EQ(ModuleObjectCount(), before + 2) << "the factory and its lock";
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(ModuleObjectCount(), before + 1);
+    factory->LockServer(FALSE);
+    EXPECT_EQ(ModuleObjectCount(), before + 1);
+    factory->LockServer(TRUE);  // back to zero: no new count
     EXPECT_EQ(ModuleObjectCount(), before + 1);
     factory.Reset();
     EXPECT_EQ(ModuleObjectCount(), before);
@@ -144,19 +144,6 @@ TEST(ClassFactory, RefusesAggregationAndNullOutPointers)
     ComPtr<IXpsRasterizerNotificationCallback> callback;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IXpsRasterizerNotificationCallback, &callback), E_NOINTERFACE);
     EXPECT_FALSE(callback);
-}
-
-TEST(ClassFactory, AnUnbalancedUnlockDoesNotTouchTheModuleCount)
-{
-    const LONG before = ModuleObjectCount();
-    ComPtr<XPSFilterPrevFactory> factory;
-    factory.Attach(new XPSFilterPrevFactory);
-    factory->LockServer(FALSE);
-    EXPECT_EQ(ModuleObjectCount(), before + 1);
-    factory->LockServer(TRUE);  // back to zero: no new count
-    EXPECT_EQ(ModuleObjectCount(), before + 1);
-    factory.Reset();
-    EXPECT_EQ(ModuleObjectCount(), before);
 }
 
 TEST(ClassFactory, AFilterThatCannotBeMadeGivesUnexpected)

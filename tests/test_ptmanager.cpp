@@ -1,14 +1,13 @@
 // Reading a job's ticket out of its XPS package: the page counts published on the way, the
 // settings that come back for every kind of job, and the failures that end the job.
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include <objbase.h>
 #include <platform/simulatedmachine.h>
+#include <platform/text.h>
 #include <wrl/client.h>
 #include <xpsobjectmodel.h>
 
@@ -17,43 +16,21 @@
 #include "pipelinepropertybagproxy.h"
 #include "ptmanager.h"
 #include "testmachine.h"
+#include "tickettext.h"
 #include "xpsbuilder.h"
 
 using Microsoft::WRL::ComPtr;
 using platform::DriverPropertyValue;
 using platform::PrinterDescription;
+using testsupport::BareTicket;
 using testsupport::JobContext;
+using testsupport::kMediaSizeA1;
 using testsupport::LogTail;
+using testsupport::Ticket;
 
 namespace {
 
-const char kTicketHead[] =
-    R"(<?xml version="1.0" encoding="UTF-8"?>
-<psf:PrintTicket xmlns:psf="http://schemas.microsoft.com/windows/2003/08/printing/printschemaframework"
-    xmlns:psk="http://schemas.microsoft.com/windows/2003/08/printing/printschemakeywords"
-    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
-    xmlns:ns0000="http://schemas.qx.com/lfp/ptpc/2006/1" version="1">
-)";
-
-std::string Copies(int copies)
-{
-    return R"(  <psf:ParameterInit name="psk:JobCopiesAllDocuments"><psf:Value xsi:type="xsd:integer">)" +
-           std::to_string(copies) + "</psf:Value></psf:ParameterInit>\n";
-}
-
-const char kPreviewOn[] =
-    R"(  <psf:Feature name="ns0000:JobPrintPreview"><psf:Option name="ns0000:ON"/></psf:Feature>
-)";
-
-// Every ticket the driver writes names a media size; without one the settings load fails.
-const char kMediaSize[] =
-    R"(  <psf:Feature name="psk:PageMediaSize"><psf:Option name="psk:ISOA4">
-    <psf:ScoredProperty name="psk:MediaSizeWidth"><psf:Value xsi:type="xsd:integer">210000</psf:Value></psf:ScoredProperty>
-    <psf:ScoredProperty name="psk:MediaSizeHeight"><psf:Value xsi:type="xsd:integer">297000</psf:Value></psf:ScoredProperty>
-  </psf:Option></psf:Feature>
-)";
-
-std::string Ticket(const std::string& body) { return kTicketHead + (kMediaSize + body) + "</psf:PrintTicket>\n"; }
+const std::wstring kPreviewOn = testsupport::Feature(L"ns0000:JobPrintPreview", L"ns0000:ON");
 
 PrinterDescription Printer(bool canDoCopies)
 {
@@ -72,35 +49,24 @@ PrinterDescription Printer(bool canDoCopies)
     return printer;
 }
 
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
-}
-
 // A job's package opened from memory as the filter opens it.
 ComPtr<IXpsOMDocumentSequence> OpenSequence(const std::string& package)
 {
-    HGLOBAL memory = ::GlobalAlloc(GMEM_MOVEABLE, package.size());
-    std::copy(package.begin(), package.end(), static_cast<char*>(::GlobalLock(memory)));
-    ::GlobalUnlock(memory);
-    ComPtr<IStream> stream;
-    EXPECT_EQ(CreateStreamOnHGlobal(memory, TRUE, &stream), S_OK);
     ComPtr<IXpsOMObjectFactory> factory;
     EXPECT_EQ(CoCreateInstance(CLSID_XpsOMObjectFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)), S_OK);
     ComPtr<IXpsOMPackage> opened;
-    EXPECT_EQ(factory->CreatePackageFromStream(stream.Get(), FALSE, &opened), S_OK);
+    EXPECT_EQ(factory->CreatePackageFromStream(testsupport::MemoryStream(package).Get(), FALSE, &opened), S_OK);
     ComPtr<IXpsOMDocumentSequence> sequence;
     EXPECT_EQ(opened->GetDocumentSequence(&sequence), S_OK);
     return sequence;
 }
 
-std::string JobWithTicket(const std::optional<std::string>& ticket)
+std::string JobWithTicket(const std::optional<std::wstring>& ticket)
 {
     testsupport::XpsJobPlan plan = testsupport::XpsJobPlan::Pages(1, 3);
-    plan.jobTicket = ticket;
+    if (ticket) {
+        plan.jobTicket = platform::ToUtf8(*ticket);
+    }
     return testsupport::BuildXps(plan);
 }
 
@@ -154,7 +120,7 @@ TEST_F(JobTicketLoading, ReadsTheTicketAndPublishesThePageCount)
 {
     JobContext job(Printer(true));
     bool ticketRead = false;
-    PTSettings settings = Load(job, JobWithTicket(Ticket(Copies(2) + kPreviewOn)), ticketRead);
+    PTSettings settings = Load(job, JobWithTicket(Ticket(kPreviewOn, 2)), ticketRead);
     EXPECT_TRUE(ticketRead);
     EXPECT_EQ(settings.GetCopies(), 2u);
     EXPECT_EQ(settings.GetPrintPreview(), EOnOff::ON);
@@ -167,7 +133,7 @@ TEST_F(JobTicketLoading, APrinterWithoutCopiesGetsEveryCopysPagesCounted)
 {
     JobContext job(Printer(false), true, 5);
     bool ticketRead = false;
-    Load(job, JobWithTicket(Ticket(Copies(3))), ticketRead);
+    Load(job, JobWithTicket(Ticket(L"", 3)), ticketRead);
     EXPECT_TRUE(ticketRead);
     EXPECT_EQ(Published(job, L"XPS_FP_NUMBERPAGES"), L"5");
     EXPECT_EQ(Published(job, L"XPS_FP_TOTALNUMBERPAGES"), L"i4:15");
@@ -175,35 +141,30 @@ TEST_F(JobTicketLoading, APrinterWithoutCopiesGetsEveryCopysPagesCounted)
 
 TEST_F(JobTicketLoading, APrinterThatCannotBeOpenedGivesUnloadedSettingsAndPublishesNothing)
 {
-    JobContext job(Printer(true));
-    job.Bag().Set(L"PrinterName", std::wstring(L"QX Nowhere"));
-    bool ticketRead = true;
-    PTSettings settings = Load(job, JobWithTicket(Ticket(Copies(1))), ticketRead);
-    EXPECT_FALSE(ticketRead);
-    ExpectNeverLoaded(settings);
-    EXPECT_EQ(Published(job, L"XPS_FP_NUMBERPAGES"), L"(absent)");
-}
-
-TEST_F(JobTicketLoading, APrinterNameThatDoesNotFitNamesNoPrinter)
-{
-    PrinterDescription printer = Printer(true);
-    printer.name = std::wstring(260, L'Q');
-    JobContext job(printer);
-    bool ticketRead = true;
-    PTSettings settings = Load(job, JobWithTicket(Ticket(Copies(1))), ticketRead);
-    EXPECT_FALSE(ticketRead);
-    ExpectNeverLoaded(settings);
+    PrinterDescription tooLong = Printer(true);
+    tooLong.name = std::wstring(260, L'Q');  // a name that does not fit names no printer
+    for (const bool named : {true, false}) {
+        JobContext job(named ? Printer(true) : tooLong);
+        if (named) {
+            job.Bag().Set(L"PrinterName", std::wstring(L"QX Nowhere"));
+        }
+        bool ticketRead = true;
+        PTSettings settings = Load(job, JobWithTicket(Ticket(L"")), ticketRead);
+        EXPECT_FALSE(ticketRead) << named;
+        ExpectNeverLoaded(settings);
+        EXPECT_EQ(Published(job, L"XPS_FP_NUMBERPAGES"), L"(absent)") << named;
+    }
 }
 
 TEST_F(JobTicketLoading, ATicketThatIsNoXmlGivesUnloadedSettingsAfterThePageCount)
 {
-    for (const std::string& ticket : {std::string("not xml at all"), std::string("<psf:PrintTicket"), std::string()}) {
+    for (const std::wstring ticket : {L"not xml at all", L"<psf:PrintTicket", L""}) {
         JobContext job(Printer(true));
         bool ticketRead = true;
         PTSettings settings = Load(job, JobWithTicket(ticket), ticketRead);
-        EXPECT_FALSE(ticketRead) << ticket;
+        EXPECT_FALSE(ticketRead) << platform::ToUtf8(ticket);
         ExpectNeverLoaded(settings);
-        EXPECT_EQ(Published(job, L"XPS_FP_NUMBERPAGES"), L"3") << ticket;
+        EXPECT_EQ(Published(job, L"XPS_FP_NUMBERPAGES"), L"3") << platform::ToUtf8(ticket);
     }
 }
 
@@ -213,7 +174,7 @@ TEST_F(JobTicketLoading, AJobWithoutRecordStillLoadsItsTicketButPublishesNoCount
     job.Bag().Set(L"PrintJobId", LONG{4242});
     const LogTail log;
     bool ticketRead = false;
-    PTSettings settings = Load(job, JobWithTicket(Ticket(Copies(2))), ticketRead);
+    PTSettings settings = Load(job, JobWithTicket(Ticket(L"", 2)), ticketRead);
     EXPECT_TRUE(ticketRead);
     EXPECT_EQ(settings.GetCopies(), 2u);
     EXPECT_TRUE(log.WaitFor(L"Job 4242 has no readable record; its page count is not published"));
@@ -230,8 +191,9 @@ TEST_F(JobTicketLoading, ASequenceWithoutTicketAndABadTicketEndTheJob)
     EXPECT_TRUE(log.WaitFor(L"[ptmanager:"));
     EXPECT_FALSE(ticketRead);
     // Copies absent or 0: the load's own failures pass through.
-    EXPECT_EQ(ThrownBy([&] { Load(job, JobWithTicket(Ticket(kPreviewOn)), ticketRead); }), E_POINTER);
-    EXPECT_EQ(ThrownBy([&] { Load(job, JobWithTicket(Ticket(Copies(0))), ticketRead); }), E_INVALIDARG);
+    EXPECT_EQ(ThrownBy([&] { Load(job, JobWithTicket(BareTicket(kMediaSizeA1 + kPreviewOn)), ticketRead); }),
+              E_POINTER);
+    EXPECT_EQ(ThrownBy([&] { Load(job, JobWithTicket(Ticket(L"", 0)), ticketRead); }), E_INVALIDARG);
     EXPECT_FALSE(ticketRead);
 }
 
@@ -239,7 +201,7 @@ TEST_F(JobTicketLoading, TheBundledPosterJobLoadsEveryFeature)
 {
     JobContext job(Printer(true));
     bool ticketRead = false;
-    PTSettings settings = Load(job, ReadFile(QX_SAMPLES_DIR "/jobs/poster-coated.xps"), ticketRead);
+    PTSettings settings = Load(job, testsupport::ReadFile(QX_SAMPLES_DIR "/jobs/poster-coated.xps"), ticketRead);
     ASSERT_TRUE(ticketRead);
     EXPECT_EQ(settings.GetCopies(), 2u);
     EXPECT_EQ(settings.GetInputBin(), EInputBin::Roll1);

@@ -1,6 +1,5 @@
 // The spooler stand-in, user tokens, the version-4 driver property bag object and machine
 // description files, with the exact Win32 errors and HRESULTs Windows gives.
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -8,7 +7,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -24,10 +22,13 @@
 #include <winspool.h>
 #include <wrl/client.h>
 
+#include "testbstr.h"
+
 namespace {
 
 using Microsoft::WRL::ComPtr;
 using platform::SimulatedMachine;
+using testsupport::Bstr;
 namespace fs = std::filesystem;
 
 constexpr HRESULT kNotFound = static_cast<HRESULT>(0x80070490);
@@ -206,37 +207,23 @@ TEST_F(Spooler, RefusedCallsSetTheWin32Error)
         {"ClosePrinter of a token", [&] { return ClosePrinter(token); }, ERROR_INVALID_HANDLE},
         {"GetPrinterW of a token", [&] { return GetPrinterW(token, 2, nullptr, 0, &needed); }, ERROR_INVALID_HANDLE},
         {"GetPrinterW 1", [&] { return GetPrinterW(printer, 1, nullptr, 0, &needed); }, ERROR_INVALID_LEVEL},
-        {"GetPrinterW 3", [&] { return GetPrinterW(printer, 3, nullptr, 0, &needed); }, ERROR_INVALID_LEVEL},
         {"GetPrinterW, null needed", [&] { return GetPrinterW(printer, 2, buffer.data(), 4096, nullptr); },
          ERROR_INVALID_PARAMETER},
         {"current environment", driverFor(L"Windows x64"), ERROR_INSUFFICIENT_BUFFER},
         {"driver environment x86", driverFor(L"Windows NT x86"), ERROR_UNKNOWN_PRINTER_DRIVER},
         {"the current driver environment, any case", driverFor(L"windows X64"), ERROR_INSUFFICIENT_BUFFER},
+        {"GetPrinterDriverW 2", [&] { return GetPrinterDriverW(printer, nullptr, 2, nullptr, 0, &needed); },
+         ERROR_INVALID_LEVEL},
+        {"GetPrinterDriverW, null needed",
+         [&] { return GetPrinterDriverW(printer, nullptr, 6, buffer.data(), 4096, nullptr); }, ERROR_INVALID_PARAMETER},
+        {"GetJobW 0", [&] { return GetJobW(printer, 7, 0, nullptr, 0, &needed); }, ERROR_INVALID_LEVEL},
         {"GetJobW 3, unknown job", [&] { return GetJobW(printer, 999, 3, nullptr, 0, &needed); }, ERROR_INVALID_LEVEL},
+        {"GetJobW, null needed", [&] { return GetJobW(printer, 7, 2, buffer.data(), 4096, nullptr); },
+         ERROR_INVALID_PARAMETER},
     };
-    for (const DWORD level : {1u, 2u, 8u}) {
-        refusals.push_back({"GetPrinterDriverW " + std::to_string(level),
-                            [&, level] { return GetPrinterDriverW(printer, nullptr, level, nullptr, 0, &needed); },
-                            ERROR_INVALID_LEVEL});
-    }
-    for (const DWORD level : {3u, 6u}) {
-        refusals.push_back({"GetPrinterDriverW, null needed " + std::to_string(level),
-                            [&, level] { return GetPrinterDriverW(printer, nullptr, level, buffer.data(), 4096, nullptr); },
-                            ERROR_INVALID_PARAMETER});
-    }
-    for (const DWORD level : {0u, 3u}) {
-        refusals.push_back({"GetJobW " + std::to_string(level),
-                            [&, level] { return GetJobW(printer, 7, level, nullptr, 0, &needed); }, ERROR_INVALID_LEVEL});
-    }
-    for (const DWORD level : {1u, 2u}) {
-        for (const DWORD job : {0u, 999u, 8u /* queued on the other printer */}) {
-            refusals.push_back({"GetJobW job " + std::to_string(job) + " level " + std::to_string(level),
-                                [&, job, level] { return GetJobW(printer, job, level, nullptr, 0, &needed); },
-                                ERROR_INVALID_PARAMETER});
-        }
-        refusals.push_back({"GetJobW, null needed " + std::to_string(level),
-                            [&, level] { return GetJobW(printer, 7, level, buffer.data(), 4096, nullptr); },
-                            ERROR_INVALID_PARAMETER});
+    for (const DWORD job : {0u, 999u, 8u /* queued on the other printer */}) {
+        refusals.push_back({"GetJobW job " + std::to_string(job),
+                            [&, job] { return GetJobW(printer, job, 1, nullptr, 0, &needed); }, ERROR_INVALID_PARAMETER});
     }
     ExpectRefusals(refusals);
     // ClosePrinter refused the token and left it open.
@@ -406,18 +393,6 @@ ComPtr<IPrinterPropertyBag> BagOf(const std::wstring& printer)
     return bag;
 }
 
-class BagName {
-public:
-    explicit BagName(const wchar_t* text) : bstr_(SysAllocString(text)) {}
-    ~BagName() { SysFreeString(bstr_); }
-    BagName(const BagName&) = delete;
-    BagName& operator=(const BagName&) = delete;
-    operator BSTR() const { return bstr_; }
-
-private:
-    BSTR bstr_;
-};
-
 std::wstring TakeString(BSTR text)
 {
     std::wstring copy(text, SysStringLen(text));
@@ -434,29 +409,24 @@ BagRead ReadAll(IPrinterPropertyBag* bag, const wchar_t* name)
     BSTR text = reinterpret_cast<BSTR>(1);
     LONG number = -5;
     BOOL flag = 7;
-    const HRESULT asString = bag->GetString(BagName(name), &text);
+    const HRESULT asString = bag->GetString(Bstr(name), &text);
     std::wstring copy;
     if (SUCCEEDED(asString)) {
         copy = TakeString(text);
     } else {
         EXPECT_EQ(text, nullptr) << platform::ToUtf8(name);
     }
-    const HRESULT asNumber = bag->GetInt32(BagName(name), &number);
-    const HRESULT asFlag = bag->GetBool(BagName(name), &flag);
+    const HRESULT asNumber = bag->GetInt32(Bstr(name), &number);
+    const HRESULT asFlag = bag->GetBool(Bstr(name), &flag);
     return {asString, asNumber, asFlag, copy, number, flag};
 }
 
-TEST_F(Spooler, OnlyAVersion4PrinterHasADriverPropertyBag)
+TEST_F(Spooler, OnlyAVersion4PrinterHasADriverPropertyBagAndItReadsEachNameOnlyAsItsOwnType)
 {
-    EXPECT_NE(BagOf(kModern).Get(), nullptr);
-    EXPECT_NE(BagOf(L"qx test V4").Get(), nullptr);
     EXPECT_EQ(BagOf(kLegacy).Get(), nullptr);
     EXPECT_EQ(BagOf(L"No Such Printer").Get(), nullptr);
-}
-
-TEST_F(Spooler, DriverPropertyBagReadsEachNameOnlyAsItsOwnType)
-{
-    ComPtr<IPrinterPropertyBag> bag = BagOf(kModern);
+    ComPtr<IPrinterPropertyBag> bag = BagOf(L"qx test V4");
+    ASSERT_NE(bag.Get(), nullptr);
     const std::vector<std::pair<const wchar_t*, BagRead>> cases{
         {L"Platform", {S_OK, kNotFound, kNotFound, L"Mesa", -5, 7}},
         {L"MaxPrinterWidthInMicrons", {kNotFound, S_OK, kNotFound, L"", 1117600, 7}},
@@ -486,158 +456,69 @@ TEST_F(Spooler, DriverPropertyBagNullPointersFailWithEPointer)
     BSTR text = nullptr;
     LONG number = 0;
     BOOL flag = FALSE;
-    BagName name(L"Platform");
+    Bstr name(L"Platform");
     EXPECT_EQ(bag->GetString(nullptr, &text), E_POINTER);
     EXPECT_EQ(bag->GetInt32(nullptr, &number), E_POINTER);
     EXPECT_EQ(bag->GetBool(nullptr, &flag), E_POINTER);
     EXPECT_EQ(bag->GetString(name, nullptr), E_POINTER);
-    EXPECT_EQ(bag->GetInt32(BagName(L"MaxPrinterWidthInMicrons"), nullptr), E_POINTER);
-    EXPECT_EQ(bag->GetBool(BagName(L"CanDoCopies"), nullptr), E_POINTER);
+    EXPECT_EQ(bag->GetInt32(Bstr(L"MaxPrinterWidthInMicrons"), nullptr), E_POINTER);
+    EXPECT_EQ(bag->GetBool(Bstr(L"CanDoCopies"), nullptr), E_POINTER);
 }
 
 // ---- machine description files
 
-class MachineFiles : public Spooler {
-protected:
-    void SetUp() override
-    {
-        Spooler::SetUp();
-        char pattern[] = "/tmp/qxtest-spooler-XXXXXX";
-        folder_ = ::mkdtemp(pattern);
-    }
-    void TearDown() override
-    {
-        std::error_code ignored;
-        fs::remove_all(folder_, ignored);
-        Spooler::TearDown();
-    }
+std::string Machine(const std::string& printerFields, const std::string& rest = "")
+{
+    return R"({"users": [{"name": "ana"}], "printers": [{"name": "P", "port": "LPT1:", "driverName": "D", )"
+           R"("driverModelVersion": 4, "driverFileVersion": "1.0.0.0")" +
+           printerFields + "}]" + rest + "}";
+}
 
-    std::string Write(const std::string& name, const std::string& text) const
-    {
-        const fs::path path = folder_ / name;
-        std::ofstream(path, std::ios::binary) << text;
-        return path.string();
-    }
-
-    // The error a load of the file throws; the machine must be as it was.
-    static platform::MachineDescriptionError Refusal(const std::string& path)
-    {
+// A faulty file must be refused whole, with one line naming the file, the place and the reason.
+TEST_F(Spooler, ARefusedMachineFileNamesThePlaceAndChangesNothing)
+{
+    char pattern[] = "/tmp/qxtest-spooler-XXXXXX";
+    const fs::path folder = ::mkdtemp(pattern);
+    const std::string path = (folder / "refused.json").string();
+    const struct {
+        const char* why;
+        std::string text;
+        std::string place;
+        std::string reason;  // for a syntax error, how the parser's reason begins
+    } cases[] = {
+        {"syntax error", "{\n  \"printers\": [\n    {\"name\": }\n  ]\n}", "line 3, column 14",
+         "syntax error while parsing value"},
+        {"not an object", "[]", "(document)", "expected a machine description (an object), found an array"},
+        {"slash in a pointer is escaped",
+         Machine(R"(, "driverPropertyBag": {"A/B~C": {"type": "int32", "value": true}})"),
+         "/printers/0/driverPropertyBag/A~1B~0C/value",
+         "expected an integer from -2147483648 to 2147483647 for type \"int32\", found true"},
+        {"job on an undeclared printer",
+         Machine("", R"(, "jobs": [{"id": 1, "printer": "Q", "document": "d", "user": "ana", "totalPages": 1}])"),
+         "/jobs/0/printer", "no printer of that name is declared in /printers"},
+        {"registry of an undeclared user", Machine("", R"(, "registry": {"HKEY_USERS\\zed\\Printers": {}})"),
+         "/registry/HKEY_USERS\\zed\\Printers", "no user of that name is declared in /users"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        std::ofstream(path, std::ios::binary) << c.text;
         try {
             platform::LoadMachineDescription(path);
             ADD_FAILURE() << "accepted";
         } catch (const platform::MachineDescriptionError& error) {
             EXPECT_EQ(SimulatedMachine::PrinterNames(), (std::vector<std::wstring>{kModern, kLegacy}));
-            return error;
+            EXPECT_EQ(error.File(), path);
+            EXPECT_EQ(error.Place(), c.place);
+            if (c.place.rfind("line ", 0) == 0) {
+                EXPECT_EQ(error.Reason().rfind(c.reason, 0), 0u) << error.Reason();
+            } else {
+                EXPECT_EQ(error.Reason(), c.reason);
+            }
+            EXPECT_EQ(std::string(error.what()), path + ": " + c.place + ": " + error.Reason());
+            EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << "one line";
         }
-        return platform::MachineDescriptionError("", "", "");
     }
-
-    static fs::path HostFile(const std::wstring& windowsPath) { return *platform::HostPathOf(windowsPath); }
-
-private:
-    fs::path folder_;
-};
-
-struct Refused {
-    const char* name;
-    std::string text;
-    std::string place;
-    std::string reason;  // for a syntax error, how the parser's reason begins
-};
-
-std::string PrinterJson(const std::string& name, int model, const std::string& version, const std::string& more = "")
-{
-    return R"({"name": ")" + name + R"(", "port": "LPT1:", "driverName": "D", "driverModelVersion": )" +
-           std::to_string(model) + R"(, "driverFileVersion": ")" + version + "\"" + (more.empty() ? "" : ", " + more) +
-           "}";
-}
-
-std::string Machine(const std::string& printers, const std::string& rest = "")
-{
-    return R"({"users": [{"name": "ana"}], "printers": [)" + printers + "]" + (rest.empty() ? "" : ", " + rest) + "}";
-}
-
-// A valid machine with one printer, into which each case puts one fault.
-std::string WithPrinter(const std::string& fields, const std::string& rest = "")
-{
-    return Machine(PrinterJson("P", 4, "1.0.0.0", fields), rest);
-}
-
-std::string WithBag(const std::string& entries) { return WithPrinter(R"("driverPropertyBag": {)" + entries + "}"); }
-
-std::string JobJson(int id, const std::string& printer, const std::string& user, int pages)
-{
-    return R"({"id": )" + std::to_string(id) + R"(, "printer": ")" + printer + R"(", "document": "d", "user": ")" +
-           user + R"(", "totalPages": )" + std::to_string(pages) + "}";
-}
-
-std::string WithJobs(const std::string& jobs) { return WithPrinter("", R"("jobs": [)" + jobs + "]"); }
-
-const std::string kInt32Range = "expected an integer from -2147483648 to 2147483647 for type \"int32\", found ";
-const std::string kVersionForm = "expected a version of four numbers from 0 to 65535, like \"3.0.7.1\", found the string ";
-
-std::vector<Refused> RefusedFiles()
-{
-    return {
-        {"syntax error", "{\n  \"printers\": [\n    {\"name\": }\n  ]\n}", "line 3, column 14",
-         "syntax error while parsing value"},
-        {"not an object", "[]", "(document)", "expected a machine description (an object), found an array"},
-        {"unknown bag type", WithBag(R"("CanDoCopies": {"type": "float", "value": 1.0})"),
-         "/printers/0/driverPropertyBag/CanDoCopies/type",
-         "unknown type \"float\" (known types: \"string\", \"int32\", \"bool\")"},
-        {"int32 out of range", WithBag(R"("Width": {"type": "int32", "value": 2147483648})"),
-         "/printers/0/driverPropertyBag/Width/value", kInt32Range + "the number 2147483648"},
-        {"slash in a pointer is escaped", WithBag(R"("A/B~C": {"type": "int32", "value": true})"),
-         "/printers/0/driverPropertyBag/A~1B~0C/value", kInt32Range + "true"},
-        {"bag on a version-3 driver", Machine(PrinterJson("P", 3, "1.0.0.0", R"("driverPropertyBag": {})")),
-         "/printers/0/driverPropertyBag", "only a version-4 driver has a driver property bag"},
-        {"short file version", Machine(PrinterJson("P", 4, "3.0.7")), "/printers/0/driverFileVersion",
-         kVersionForm + "\"3.0.7\""},
-        {"printer declared twice", Machine(PrinterJson("P", 4, "1.0.0.0") + ", " + PrinterJson("p", 4, "1.0.0.0")),
-         "/printers/1/name", "the printer name is already declared at /printers/0"},
-        {"job on an undeclared printer", WithJobs(JobJson(1, "Q", "ana", 1)), "/jobs/0/printer",
-         "no printer of that name is declared in /printers"},
-        {"program named with a folder", WithPrinter("", R"("programs": {"C:\\p.exe": "../bin/sh"})"), "/programs/C:\\p.exe",
-         "a program name without a folder"},
-    };
-}
-
-TEST_F(MachineFiles, RefusedFilesNameTheFileThePlaceAndTheReasonAndChangeNothing)
-{
-    for (const Refused& refused : RefusedFiles()) {
-        SCOPED_TRACE(refused.name);
-        const std::string path = Write("refused.json", refused.text);
-        const auto error = Refusal(path);
-        EXPECT_EQ(error.File(), path);
-        EXPECT_EQ(error.Place(), refused.place);
-        if (refused.place.rfind("line ", 0) == 0) {
-            EXPECT_EQ(error.Reason().rfind(refused.reason, 0), 0u) << error.Reason();
-        } else {
-            EXPECT_EQ(error.Reason(), refused.reason);
-        }
-        EXPECT_EQ(std::string(error.what()), path + ": " + refused.place + ": " + error.Reason());
-        EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << "one line";
-    }
-}
-
-TEST_F(MachineFiles, AFaultAfterValidSectionsOrAnUnwritableFileStillChangesNothing)
-{
-    // Users, printers and files are all fine; the last job is not.
-    Refusal(Write("late.json", WithPrinter("", R"("jobs": [)" + JobJson(1, "P", "ana", 1) + R"(,
-        {"id": 2, "printer": "P", "document": "d", "user": "ana", "totalPages": "one"}],
-        "files": {"C:\\written\\too\\soon.txt": "x"}, "computerName": "ELSEWHERE")")));
-    EXPECT_TRUE(SimulatedMachine::FindJob(kModern, 7).has_value());
-    EXPECT_NE(SimulatedMachine::ComputerName(), L"ELSEWHERE");
-    EXPECT_FALSE(fs::exists(HostFile(L"C:\\written\\too\\soon.txt")));
-
-    // The first file takes the place the second one needs as a folder.
-    const auto error = Refusal(
-        Write("blocked.json", WithPrinter("", R"("files": {"C:\\blocker": "x", "C:\\blocker\\inside.txt": "y"})")));
-    EXPECT_EQ(error.Place(), "/files/C:\\blocker\\inside.txt");
-    EXPECT_EQ(error.Reason().rfind("cannot write " + HostFile(L"C:\\blocker\\inside.txt").string() + ": ", 0), 0u)
-        << error.Reason();
-    std::error_code ignored;
-    fs::remove(HostFile(L"C:\\blocker"), ignored);
+    fs::remove_all(folder);
 }
 
 }  // namespace
