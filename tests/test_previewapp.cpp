@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -30,6 +31,8 @@
 #include "morvikrecord.h"
 #include "previewmessages.h"
 #include "previewrecords.h"
+#include "testmachine.h"
+#include "xpsbuilder.h"
 
 extern char** environ;
 
@@ -40,6 +43,7 @@ using nlohmann::json;
 using Bytes = std::vector<std::uint8_t>;
 using Environment = std::map<std::string, std::string>;
 using Clock = std::chrono::steady_clock;
+using testsupport::ReadFile;
 
 constexpr char kVersionArgument[] = "--Version=61.2405.0.0";
 constexpr char kSoftwareUrl[] = "https://www.example.com/qx/preview?lang=en";
@@ -218,15 +222,8 @@ PrintPreviewResult ResultOf(const Bytes& bytes)
 
 std::string RandomPipeName()
 {
-    static const char kAlphabet[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-    std::random_device seed;
-    std::mt19937 generator(seed());
-    std::uniform_int_distribution<std::size_t> pick(0, sizeof(kAlphabet) - 2);
-    std::string name;
-    for (int i = 0; i < 32; ++i) {
-        name += kAlphabet[pick(generator)];
-    }
-    return name;
+    std::random_device random;
+    return std::to_string(getpid()) + "x" + std::to_string(random()) + "x" + std::to_string(random());
 }
 
 // ---- The filter's end of the channel ---------------------------------------------------------------
@@ -354,34 +351,6 @@ private:
 
 // ---- The application as a child process ---------------------------------------------------------
 
-class TempFolder {
-public:
-    TempFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qxpreviewapp-XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) {
-            m_path = pattern;
-        }
-    }
-    ~TempFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    const std::filesystem::path& Path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
-
-std::string ReadFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 void WriteFile(const std::filesystem::path& path, const std::string& text)
 {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
@@ -481,7 +450,8 @@ protected:
     {
         ASSERT_TRUE(Channel::Get().IsComplete()) << QXICL_PATH;
         ASSERT_TRUE(Encoding::Get().IsComplete()) << QXITRN_PATH;
-        ASSERT_FALSE(m_folder.Path().empty());
+        m_folder = testsupport::TestMachine::Get().Root() / "previewapp";
+        std::filesystem::create_directories(m_folder);
         m_settings = SampleSettings();
         m_encoded = Encoding::Get().Encode(m_settings);
         m_incoming = RandomPipeName() + "_IN";
@@ -489,7 +459,11 @@ protected:
         FilterSide::Get().Prepare(SampleData(m_encoded), SampleSources());
     }
 
-    void TearDown() override { FilterSide::Get().Close(); }
+    void TearDown() override
+    {
+        FilterSide::Get().Close();
+        std::filesystem::remove_all(m_folder);
+    }
 
     // A run before in the same test leaves neither its pipe nor its results.
     void OpenFilter(FilterSide::Answers answers = {})
@@ -515,10 +489,10 @@ protected:
     {
         std::filesystem::remove(ReportPath());
         variables.emplace("QXPREVIEW_REPORT", ReportPath().string());
-        return RunPreviewApp(arguments, variables, m_folder.Path(), input);
+        return RunPreviewApp(arguments, variables, m_folder, input);
     }
 
-    std::filesystem::path ReportPath() const { return m_folder.Path() / "report.json"; }
+    std::filesystem::path ReportPath() const { return m_folder / "report.json"; }
 
     json Report() const { return json::parse(ReadFile(ReportPath()), nullptr, false); }
 
@@ -548,7 +522,7 @@ protected:
 
     void ExpectNoResult() const { EXPECT_FALSE(FilterSide::Get().WaitForResult(kSettle).has_value()); }
 
-    TempFolder m_folder;
+    std::filesystem::path m_folder;
     MorvikSettingsRecord m_settings{};
     std::string m_encoded;
     std::string m_incoming;
@@ -643,37 +617,27 @@ TEST_F(PreviewAppTest, SettingsTextThatDoesNotDecodeIsReturnedOnAcceptAndEndsACh
 
 // ---- Changing the job ------------------------------------------------------------------------------
 
-PrintPreviewResult Scaling(std::uint32_t width, std::uint32_t height, std::uint32_t option, std::uint32_t percentage)
-{
-    PrintPreviewResult result{};
-    result.fitToPaperWidth = width;
-    result.fitToPaperHeight = height;
-    result.fitToPaperOption = option;
-    result.scalingPercentage = percentage;
-    return result;
-}
-
 TEST_F(PreviewAppTest, ChangeSendsTheChangesAndKeepsTheRest)
 {
     const struct {
         const char* name;
         Environment variables;
         std::map<MorvikField, std::int32_t> settings;  // fields expected changed, the others stay
-        PrintPreviewResult scaling;                    // expected scaling values of the result
+        std::array<std::uint32_t, 4> scaling;          // fit width, height and option, percentage
     } cases[] = {
         {"all four settings",
          {{"QXPREVIEW_INPUT_BIN", "5"}, {"QXPREVIEW_ROTATION", "1"}, {"QXPREVIEW_OUTPUT_COLOR", "0"},
           {"QXPREVIEW_SCALING_MODE", "1"}},
          {{kMorvikInputBin, 5}, {kMorvikRotation, 1}, {kMorvikOutputColor, 0}, {kMorvikScalingMode, 1}},
-         Scaling(610000, 914000, 2, 150)},
+         {610000, 914000, 2, 150}},
         {"output color to unset", {{"QXPREVIEW_OUTPUT_COLOR", "-1"}}, {{kMorvikOutputColor, -1}},
-         Scaling(610000, 914000, 2, 150)},
+         {610000, 914000, 2, 150}},
         {"fit to paper values",
          {{"QXPREVIEW_SCALING_MODE", "3"}, {"QXPREVIEW_FIT_WIDTH", "420000"}, {"QXPREVIEW_FIT_HEIGHT", "594000"},
           {"QXPREVIEW_FIT_OPTION", "1"}},
          {{kMorvikScalingMode, 3}},
-         Scaling(420000, 594000, 1, 150)},
-        {"percentage only", {{"QXPREVIEW_SCALING_PERCENTAGE", "75"}}, {}, Scaling(610000, 914000, 2, 75)},
+         {420000, 594000, 1, 150}},
+        {"percentage only", {{"QXPREVIEW_SCALING_PERCENTAGE", "75"}}, {}, {610000, 914000, 2, 75}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -683,10 +647,9 @@ TEST_F(PreviewAppTest, ChangeSendsTheChangesAndKeepsTheRest)
         EXPECT_EQ(run.ExitCode(), 0) << run.err;
         const Bytes result = Result();
         const PrintPreviewResult block = ResultOf(result);
-        EXPECT_EQ(block.fitToPaperWidth, c.scaling.fitToPaperWidth);
-        EXPECT_EQ(block.fitToPaperHeight, c.scaling.fitToPaperHeight);
-        EXPECT_EQ(block.fitToPaperOption, c.scaling.fitToPaperOption);
-        EXPECT_EQ(block.scalingPercentage, c.scaling.scalingPercentage);
+        EXPECT_EQ((std::array<std::uint32_t, 4>{block.fitToPaperWidth, block.fitToPaperHeight, block.fitToPaperOption,
+                                                block.scalingPercentage}),
+                  c.scaling);
         ExpectResultSettings(result, c.settings);
         // The filter tells a change from the text alone.
         EXPECT_EQ(std::string(block.encodedSettings) != m_encoded, !c.settings.empty());
@@ -847,7 +810,7 @@ TEST_F(PreviewAppTest, TheScriptDecidesTheExitCode)
         {"setting not a number", nullptr, {{"QXPREVIEW_MODE", "change"}, {"QXPREVIEW_ROTATION", "1x"}}, 3},
         {"zero timeout", nullptr, {{"QXPREVIEW_TIMEOUT_MS", "0"}}, 3},
     };
-    const std::filesystem::path script = m_folder.Path() / "script";
+    const std::filesystem::path script = m_folder / "script";
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Environment variables = c.variables;

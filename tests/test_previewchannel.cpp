@@ -260,37 +260,7 @@ std::wstring AdjustmentParameters(const std::wstring& lightness, const std::wstr
            Parameter(L"ns0000:PageColorAdjustmentBlue", blue, L"integer");
 }
 
-const std::wstring kFitToA2 =
-    PageScaling(L"FitToPaperSize", Scored(L"ns0000:PaperWidth", L"420000") + Scored(L"ns0000:PaperHeight", L"594000") +
-                                   Scored(L"ns0000:PaperName", L"ISOA2", L"string"));
-
-// Every feature the settings record carries, each with an option other than its default, on a
-// custom medium with colour adjustments.
-const std::wstring kPosterTicket = Ticket(
-    Option(L"psk:JobInputBin", L"Roll2") + Option(L"ns0000:JobEconomode", L"OFF") +
-        Option(L"ns0000:JobUnidirectional", L"ON") + Option(L"ns0000:JobMaxDetail", L"ON") +
-        Option(L"ns0000:JobMorePasses", L"ON") + Option(L"ns0000:JobMarginsLayout", L"Oversize") +
-        Option(L"ns0000:JobAlignment", L"KeepRight") + Option(L"ns0000:JobPrinterEmulation", L"QXColorwave3000") +
-        Option(L"ns0000:JobEnableCropLines", L"ON") + Option(L"ns0000:JobEnableAutoCutter", L"OFF") +
-        Option(L"ns0000:JobEnableMultiPageCutter", L"ON") +
-        Option(L"ns0000:JobEnableVerticalCutter", L"ON") + Option(L"ns0000:JobPageOrder", L"Reverse") +
-        Option(L"ns0000:JobOutputBin", L"Folder") + Option(L"ns0000:JobFolderStyle", L"Predefined3") +
-        Option(L"ns0000:JobHoldForAttendedMode", L"ON") + Option(L"ns0000:JobPrintPreview", L"ON") +
-        Option(L"ns0000:JobRemoveBlankAreas", L"ON") + Option(L"ns0000:JobStorage", L"Personal") +
-        Option(L"ns0000:JobUserMargin", L"_3mm") + Option(L"ns0000:JobRotate", L"None") +
-        Option(L"ns0000:JobPrintQualitySettings", L"Custom") + Option(L"ns0000:JobGlossEnhancer", L"FullPage") +
-        Option(L"ns0000:JobFastRenderingMode", L"ON") + Option(L"ns0000:JobSizePassTrough", L"ON") +
-        Option(L"psk:DocumentCollate", L"Collated") + Option(L"psk:PageMediaType", L"Plainpaper") +
-        Parameter(L"ns0000:PageMediaTypeId", L"GL190-Studio") +
-        Parameter(L"ns0000:PageMediaTypeInit", L"Studio gloss 190") + Option(L"psk:PageOrientation", L"Landscape") +
-        Option(L"psk:PageOutputColor", L"Grayscale") + Option(L"psk:PageOutputQuality", L"High") +
-        Option(L"psk:PageResolution", L"_150dpi") + Option(L"psk:PageColorManagement", L"Driver") +
-        Option(L"psk:PageICMRenderingIntent", L"AbsoluteColorimetric") +
-        Option(L"ns0000:PageRGBColorManagement", L"AdobeRGB") + Option(L"ns0000:PageCMYKColorManagement", L"TOYO") +
-        Option(L"ns0000:PagePantoneEmulation", L"ON") + Option(L"ns0000:PageAutorotate", L"_24inches") +
-        Option(L"psk:PageMirrorImage", L"MirrorImageWidth") + kFitToA2 +
-        AdjustmentParameters(L"0", L"-7", L"0", L"0"),
-    3);
+const std::wstring kPosterTicket = testsupport::PosterTicket();
 
 DriverBag RasterDriverBag()
 {
@@ -629,50 +599,26 @@ TEST_F(TicketTest, TheSettingsRecordCarriesEveryFieldOfALoadedTicket)
 {
     const MorvikSettingsRecord record = Filled(kPosterTicket);
     const std::pair<std::size_t, std::int32_t> fields[] = {
-        {kMorvikFormat, 2},
-        {kMorvikAutorotate, Code(EAutorotate::_24inches)},
-        {kMorvikCollate, Code(ECollate::Collated)},
-        {kMorvikColorManagement, Code(EColorManagement::Driver)},
-        {kMorvikOutputColor, Code(EOutputColor::Grayscale)},
-        {kMorvikCropLines, 1},
+        {kMorvikFormat, 2}, {kMorvikAutorotate, Code(EAutorotate::_24inches)},
+        {kMorvikCollate, Code(ECollate::Collated)}, {kMorvikColorManagement, Code(EColorManagement::Driver)},
+        {kMorvikOutputColor, Code(EOutputColor::Grayscale)}, {kMorvikCropLines, 1},
         {kMorvikCmykColorManagement, Code(ECmykColorManagement::TOYO)},
-        {kMorvikRgbColorManagement, Code(ERgbColorManagement::AdobeRGB)},
-        {kMorvikCutter, Code(ECutter::AutoCutterOff)},
-        {kMorvikEconomode, 0},
-        {kMorvikFolderStyle, Code(EFolderStyle::Predefined3)},
-        {kMorvikHoldForAttendedMode, 1},
-        {kMorvikUserMargin, Code(EUserMargin::_3mm)},
-        {kMorvikMarginsLayout, Code(EMarginsLayout::Oversize)},
-        {kMorvikMaxDetail, 1},
-        {kMorvikMirrorImage, Code(EMirror::MirrorImageWidth)},
-        {kMorvikMorePasses, 1},
-        {kMorvikOrientation, Code(EOrientation::Landscape)},
-        {kMorvikOutputBin, Code(EOutputBin::Folder)},
-        {kMorvikPageOrder, Code(EReverse::Reverse)},
-        {kMorvikMediaSizeId, Code(EMediaSize::ISOA1)},
-        {kMorvikInputBin, Code(EInputBin::Roll2)},
-        {kMorvikMediaType, 0},
-        {kMorvikOutputQuality, Code(EQuality::High)},
-        {kMorvikPrinterEmulation, Code(EEmulatedPrinter::QXColorwave3000)},
-        {kMorvikRemoveBlankAreas, 1},
-        {kMorvikResolution, 4},
-        {kMorvikRotation, Code(ERotate::None)},
-        {kMorvikUnidirectional, 1},
-        {kMorvikScalingMode, Code(Scaling::FitToPaper)},
-        {kMorvikCustomMediaTypeEmpty, 0},
-        {kMorvikPrintQualitySettings, Code(EPrintQualitySettings::Custom)},
-        {kMorvikCopiesNotOne, 1},
-        {kMorvikPrivacyLevel, Code(EPrivacyLevel::Personal)},
-        {kMorvikAlignment, Code(EAlignment::KeepRight)},
-        {kMorvikPantoneEmulation, 1},
-        {kMorvikVerticalCutter, 1},
-        {kMorvikPrintPreview, 1},
-        {kMorvikGlossEnhancer, Code(EGlossEnhancer::FullPage)},
-        {kMorvikAlwaysOne, 1},
-        {kMorvikRenderingIntent, Code(ERenderingIntent::AbsoluteColorimetric)},
-        {kMorvikSettingsChangedInPreview, -1},
-        {kMorvikColorAdjustments, 1},
-        {kMorvikFastRenderingMode, 1},
+        {kMorvikRgbColorManagement, Code(ERgbColorManagement::AdobeRGB)}, {kMorvikCutter, Code(ECutter::AutoCutterOff)},
+        {kMorvikEconomode, 0}, {kMorvikFolderStyle, Code(EFolderStyle::Predefined3)}, {kMorvikHoldForAttendedMode, 1},
+        {kMorvikUserMargin, Code(EUserMargin::_3mm)}, {kMorvikMarginsLayout, Code(EMarginsLayout::Oversize)},
+        {kMorvikMaxDetail, 1}, {kMorvikMirrorImage, Code(EMirror::MirrorImageWidth)}, {kMorvikMorePasses, 1},
+        {kMorvikOrientation, Code(EOrientation::Landscape)}, {kMorvikOutputBin, Code(EOutputBin::Folder)},
+        {kMorvikPageOrder, Code(EReverse::Reverse)}, {kMorvikMediaSizeId, Code(EMediaSize::ISOA1)},
+        {kMorvikInputBin, Code(EInputBin::Roll2)}, {kMorvikMediaType, 0}, {kMorvikOutputQuality, Code(EQuality::High)},
+        {kMorvikPrinterEmulation, Code(EEmulatedPrinter::QXColorwave3000)}, {kMorvikRemoveBlankAreas, 1},
+        {kMorvikResolution, 4}, {kMorvikRotation, Code(ERotate::None)}, {kMorvikUnidirectional, 1},
+        {kMorvikScalingMode, Code(Scaling::FitToPaper)}, {kMorvikCustomMediaTypeEmpty, 0},
+        {kMorvikPrintQualitySettings, Code(EPrintQualitySettings::Custom)}, {kMorvikCopiesNotOne, 1},
+        {kMorvikPrivacyLevel, Code(EPrivacyLevel::Personal)}, {kMorvikAlignment, Code(EAlignment::KeepRight)},
+        {kMorvikPantoneEmulation, 1}, {kMorvikVerticalCutter, 1}, {kMorvikPrintPreview, 1},
+        {kMorvikGlossEnhancer, Code(EGlossEnhancer::FullPage)}, {kMorvikAlwaysOne, 1},
+        {kMorvikRenderingIntent, Code(ERenderingIntent::AbsoluteColorimetric)}, {kMorvikSettingsChangedInPreview, -1},
+        {kMorvikColorAdjustments, 1}, {kMorvikFastRenderingMode, 1},
     };
     for (const auto& [index, value] : fields) {
         EXPECT_EQ(record.fields[index], value) << "field " << index;
@@ -714,57 +660,54 @@ TEST_P(ConditionalField, FollowsTheFeatureOrDriverItDependsOn)
     EXPECT_EQ(Filled(Ticket(GetParam().body), GetParam().bag).fields[GetParam().field], GetParam().value);
 }
 
-const std::wstring kAutorotate24 = Option(L"ns0000:PageAutorotate", L"_24inches");
 const std::wstring kBlueAdjusted = AdjustmentParameters(L"0", L"0", L"0", L"4");
 const std::wstring kPinJob = Option(L"ns0000:JobStorage", L"Pin");
+
+// The option, with the feature it depends on when that is given.
+std::wstring WithOption(const std::wstring& option, const wchar_t* feature, const wchar_t* value)
+{
+    return value == nullptr ? option : option + Option(feature, value);
+}
+std::wstring Autorotate24(const wchar_t* rotation)
+{
+    return WithOption(Option(L"ns0000:PageAutorotate", L"_24inches"), L"ns0000:JobRotate", rotation);
+}
+std::wstring NotFolded(const wchar_t* outputBin)
+{
+    return WithOption(Option(L"ns0000:JobFolderStyle", L"NotFolded"), L"ns0000:JobOutputBin", outputBin);
+}
 
 ConditionalRow Resolution(const char* name, const wchar_t* option, std::int32_t code)
 {
     return {name, Option(L"psk:PageResolution", option), kMorvikResolution, code};
 }
 
+// The poster ticket's record shows each rule's case that carries the value; these, the others.
 INSTANTIATE_TEST_SUITE_P(
     Rules, ConditionalField,
-    testing::Values(
-        ConditionalRow{"AutorotateWithRotationNone", kAutorotate24 + Option(L"ns0000:JobRotate", L"None"),
-                       kMorvikAutorotate, 4},
-        ConditionalRow{"AutorotateWithRotation90", kAutorotate24 + Option(L"ns0000:JobRotate", L"Rotate90"),
-                       kMorvikAutorotate, -1},
-        ConditionalRow{"AutorotateWithRotate0", kAutorotate24 + Option(L"ns0000:JobRotate", L"Rotate0"),
-                       kMorvikAutorotate, -1},
-        ConditionalRow{"AutorotateWithoutRotation", kAutorotate24, kMorvikAutorotate, -1},
-        ConditionalRow{"FolderStyleWithOutputBinFolder",
-                       Option(L"ns0000:JobOutputBin", L"Folder") + Option(L"ns0000:JobFolderStyle", L"NotFolded"),
-                       kMorvikFolderStyle, 5},
-        ConditionalRow{"FolderStyleWithOutputBinStacker",
-                       Option(L"ns0000:JobOutputBin", L"Stacker") + Option(L"ns0000:JobFolderStyle", L"NotFolded"),
-                       kMorvikFolderStyle, -1},
-        ConditionalRow{"FolderStyleWithoutOutputBin", Option(L"ns0000:JobFolderStyle", L"NotFolded"),
-                       kMorvikFolderStyle, -1},
-        ConditionalRow{"MediaTypeWithCustomId",
-                       Option(L"psk:PageMediaType", L"Plainpaper") + Parameter(L"ns0000:PageMediaTypeId", L"X1"),
-                       kMorvikMediaType, 0},
-        ConditionalRow{"MediaTypeWithoutCustomId", Option(L"psk:PageMediaType", L"Plainpaper"), kMorvikMediaType,
-                       Code(EMediaType::Plainpaper)},
-        ConditionalRow{"CustomIdPresent", Parameter(L"ns0000:PageMediaTypeId", L"X1"), kMorvikCustomMediaTypeEmpty, 0},
-        ConditionalRow{"ScalingOneHundredPercent", PageScaling(L"Custom", Scored(L"psk:Scale", L"100")),
-                       kMorvikScalingMode, 0},
-        ConditionalRow{"ScalingFiftyPercent", PageScaling(L"Custom", Scored(L"psk:Scale", L"50")), kMorvikScalingMode,
-                       1},
-        ConditionalRow{"ScalingFitToPaper", kFitToA2, kMorvikScalingMode, 2},
-        Resolution("Resolution75", L"_75dpi", 3), Resolution("Resolution150", L"_150dpi", 4),
-        Resolution("Resolution300", L"_300dpi", 0), Resolution("Resolution600", L"_600dpi", 1),
-        Resolution("Resolution1200", L"_1200dpi", 2),
-        ConditionalRow{"ColorAdjustmentsAllZero", AdjustmentParameters(L"0", L"0", L"0", L"0"),
-                       kMorvikColorAdjustments, 0},
-        ConditionalRow{"ColorAdjustmentsBlue", kBlueAdjusted, kMorvikColorAdjustments, 1},
-        ConditionalRow{"ColorAdjustmentsOnPostScript", kBlueAdjusted, kMorvikColorAdjustments, kMorvikUnset,
-                       With(RasterDriverBag(), L"PDL", std::wstring(L"PS3"))},
-        ConditionalRow{"ColorAdjustmentsNotSupported", kBlueAdjusted, kMorvikColorAdjustments, kMorvikUnset,
-                       With(RasterDriverBag(), L"ColorAdjustment", false)},
-        ConditionalRow{"PinJobOnAnEncryptingPrinter", kPinJob, kMorvikPrivacyLevel, 4},
-        ConditionalRow{"PinJobWithoutEncryption", kPinJob, kMorvikPrivacyLevel, 3,
-                       With(RasterDriverBag(), L"EncryptedPinSupported", std::wstring(L"Off"))}),
+    testing::ValuesIn(std::vector<ConditionalRow>{
+        {"AutorotateWithRotationNone", Autorotate24(L"None"), kMorvikAutorotate, 4},
+        {"AutorotateWithRotation90", Autorotate24(L"Rotate90"), kMorvikAutorotate, -1},
+        {"AutorotateWithRotate0", Autorotate24(L"Rotate0"), kMorvikAutorotate, -1},
+        {"AutorotateWithoutRotation", Autorotate24(nullptr), kMorvikAutorotate, -1},
+        {"FolderStyleWithOutputBinFolder", NotFolded(L"Folder"), kMorvikFolderStyle, 5},
+        {"FolderStyleWithOutputBinStacker", NotFolded(L"Stacker"), kMorvikFolderStyle, -1},
+        {"FolderStyleWithoutOutputBin", NotFolded(nullptr), kMorvikFolderStyle, -1},
+        {"MediaTypeWithoutCustomId", Option(L"psk:PageMediaType", L"Plainpaper"), kMorvikMediaType,
+         Code(EMediaType::Plainpaper)},
+        {"ScalingOneHundredPercent", PageScaling(L"Custom", Scored(L"psk:Scale", L"100")), kMorvikScalingMode, 0},
+        {"ScalingFiftyPercent", PageScaling(L"Custom", Scored(L"psk:Scale", L"50")), kMorvikScalingMode, 1},
+        Resolution("Resolution75", L"_75dpi", 3), Resolution("Resolution300", L"_300dpi", 0),
+        Resolution("Resolution600", L"_600dpi", 1), Resolution("Resolution1200", L"_1200dpi", 2),
+        {"ColorAdjustmentsAllZero", AdjustmentParameters(L"0", L"0", L"0", L"0"), kMorvikColorAdjustments, 0},
+        {"ColorAdjustmentsBlue", kBlueAdjusted, kMorvikColorAdjustments, 1},
+        {"ColorAdjustmentsOnPostScript", kBlueAdjusted, kMorvikColorAdjustments, kMorvikUnset,
+         With(RasterDriverBag(), L"PDL", std::wstring(L"PS3"))},
+        {"ColorAdjustmentsNotSupported", kBlueAdjusted, kMorvikColorAdjustments, kMorvikUnset,
+         With(RasterDriverBag(), L"ColorAdjustment", false)},
+        {"PinJobOnAnEncryptingPrinter", kPinJob, kMorvikPrivacyLevel, 4},
+        {"PinJobWithoutEncryption", kPinJob, kMorvikPrivacyLevel, 3,
+         With(RasterDriverBag(), L"EncryptedPinSupported", std::wstring(L"Off"))}}),
     [](const testing::TestParamInfo<ConditionalRow>& info) { return std::string(info.param.name); });
 
 // ---- encoding and decoding through the library
@@ -892,17 +835,12 @@ TEST_F(ChannelTest, AFailedSendEndsTheAnswerOnlyWhereNothingCanFollow)
     }
 }
 
-std::string Repeated(const std::string& text, std::size_t times)
-{
-    std::string repeated;
-    for (std::size_t i = 0; i < times; ++i) {
-        repeated += text;
-    }
-    return repeated;
-}
-
 TEST_F(ChannelTest, TheSoftwareUrlIsSentInUtf8FollowedByZerosOrAsZerosWhenItDoesNotFit)
 {
+    std::string twoByteUtf8;
+    while (twoByteUtf8.size() < 2048) {
+        twoByteUtf8 += "\xC3\xA9";
+    }
     const struct {
         const char* name;
         std::wstring url;
@@ -912,7 +850,7 @@ TEST_F(ChannelTest, TheSoftwareUrlIsSentInUtf8FollowedByZerosOrAsZerosWhenItDoes
         {"short", L"https://example.com/driver", "https://example.com/driver", ""},
         {"empty", L"", "", ""},
         {"fills the payload without terminator", std::wstring(2048, L'u'), std::string(2048, 'u'), ""},
-        {"two-byte characters filling the payload", std::wstring(1024, L'\u00E9'), Repeated("\xC3\xA9", 1024), ""},
+        {"two-byte characters filling the payload", std::wstring(1024, L'\u00E9'), twoByteUtf8, ""},
         {"one byte too long", std::wstring(2047, L'u') + L"\u00E9", "",
          "Software URL of 2049 bytes does not fit the message and is not sent"},
     };

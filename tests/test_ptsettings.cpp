@@ -34,10 +34,8 @@ using testsupport::Feature;
 using testsupport::JobContext;
 using testsupport::LogTail;
 using testsupport::Option;
-using testsupport::PageScaling;
 using testsupport::Parameter;
 using testsupport::ParameterRef;
-using testsupport::Scored;
 using testsupport::Ticket;
 
 namespace {
@@ -57,7 +55,7 @@ DriverBag RasterDriverBag()
                                           LR"({"Media": "PhotoGlossPaper", "PMCategory": "Photo"}, )"
                                           LR"({"Media": "AutoSelect", "PMCategory": "Auto"}])")},
         {L"Plain-33", std::wstring(LR"({"RenderRes": "600"})")},
-        {L"Photo-98", std::wstring(LR"({"RenderRes": "1200"})")},
+        {L"Photo-226", std::wstring(LR"({"RenderRes": "1200"})")},
     };
 }
 
@@ -100,44 +98,8 @@ private:
     PrinterDriverProperties properties_;
 };
 
-// A poster on a custom gloss medium, as the driver's configuration writes it: every feature the
-// settings read, each with an option other than its default, and features they do not read. The
-// preview's settings record checks what each feature reads as; here, what the record leaves out.
-const std::wstring kWholeTicket = Ticket(
-    Option(L"psk:JobDuplexAllDocumentsContiguously", L"OneSided") + Option(L"psk:JobInputBin", L"Roll2") +
-        Option(L"ns0000:JobEconomode", L"OFF") + Option(L"ns0000:JobUnidirectional", L"OFF") +
-        Option(L"ns0000:JobMaxDetail", L"ON") + Option(L"ns0000:JobMorePasses", L"ON") +
-        Option(L"ns0000:JobMarginsLayout", L"Oversize") + Option(L"ns0000:JobAlignment", L"KeepRight") +
-        Option(L"ns0000:JobPrinterEmulation", L"QXColorwave3000") + Option(L"ns0000:JobEnableCropLines", L"ON") +
-        Option(L"ns0000:JobEnableAutoCutter", L"OFF") + Option(L"ns0000:JobEnableMultiPageCutter", L"ON") +
-        Option(L"ns0000:JobEnableVerticalCutter", L"ON") + Option(L"ns0000:JobPageOrder", L"Reverse") +
-        Option(L"ns0000:JobOutputBin", L"Stacker") + Option(L"ns0000:JobHoldForAttendedMode", L"ON") +
-        Option(L"ns0000:JobPrintPreview", L"ON") + Option(L"ns0000:JobRemoveBlankAreas", L"ON") +
-        Option(L"ns0000:JobStorage", L"Personal") + Option(L"ns0000:JobDeleteJobStorageMesa", L"ON") +
-        Option(L"ns0000:JobFolderStyle", L"Predefined3") + Option(L"ns0000:JobUserMargin", L"_3mm") +
-        Option(L"ns0000:JobRotate", L"Rotate90") + Option(L"ns0000:JobPrintQualitySettings", L"Custom") +
-        Option(L"ns0000:JobGlossEnhancer", L"FullPage") + Option(L"ns0000:JobFastRenderingMode", L"ON") +
-        Option(L"ns0000:JobSizePassTrough", L"ON") + Parameter(L"ns0000:JobPin", L"2468") +
-        Parameter(L"ns0000:JobAccountId", L"STUDIO-0815") + Parameter(L"psk:JobComment", L"Proof for Thursday") +
-        Option(L"psk:DocumentCollate", L"Collated") + Option(L"psk:PageMediaType", L"Plainpaper") +
-        Parameter(L"ns0000:PageMediaTypeId", L"GL190-Studio") +
-        Parameter(L"ns0000:PageMediaTypeInit", L"Studio gloss 190") +
-        Parameter(L"ns0000:PageMediaTypeDonorId", L"PhotoGlossPaper") + Option(L"psk:PageOrientation", L"Landscape") +
-        Option(L"psk:PageOutputColor", L"Grayscale") + Option(L"psk:PageOutputQuality", L"High") +
-        Option(L"psk:PageResolution", L"_300dpi") + Parameter(L"ns0000:PageRenderResolution", L"_1200dpi") +
-        Option(L"psk:PageColorManagement", L"None") + Option(L"psk:PageICMRenderingIntent", L"AbsoluteColorimetric") +
-        Option(L"ns0000:PageRGBColorManagement", L"AdobeRGB") + Option(L"ns0000:PageCMYKColorManagement", L"TOYO") +
-        Option(L"ns0000:PagePantoneEmulation", L"ON") + Option(L"ns0000:PageAutorotate", L"_36inches") +
-        Option(L"psk:PageMirrorImage", L"MirrorImageWidth") +
-        PageScaling(L"FitToPaperSize", Scored(L"ns0000:PaperWidth", L"420000") +
-                                           Scored(L"ns0000:PaperHeight", L"594000") +
-                                           Scored(L"ns0000:PaperName", L"ISOA2", L"string")) +
-        Parameter(L"ns0000:PageColorAdjustmentLightness", L"12", L"integer") +
-        Parameter(L"ns0000:PageColorAdjustmentRed", L"-7", L"integer") +
-        Parameter(L"ns0000:PageColorAdjustmentGreen", L"3", L"integer") +
-        Parameter(L"ns0000:PageColorAdjustmentBlue", L"9", L"integer") +
-        Option(L"psk:PageGrayScaleProcessing", L"PureBlack"),
-    3);
+// The preview's settings record checks what each feature reads as; here, what the record leaves out.
+const std::wstring kWholeTicket = testsupport::PosterTicket();
 
 // Every getter that reports a feature's absence as -1.
 const std::vector<std::pair<const char*, std::function<std::int32_t(PTSettings&)>>> kFlaggedGetters = {
@@ -248,10 +210,10 @@ TEST_F(SettingsTest, AWholeTicketLoadsTheTextsNumbersAndViewsTheSettingsRecordLe
     Driver driver;
     PTSettings settings = Load(kWholeTicket, driver);
     EXPECT_TRUE(settings.HasMultipleCopies());
-    EXPECT_EQ(settings.GetRotation(), ERotate::Rotate90);
+    EXPECT_EQ(settings.GetRotation(), ERotate::None);
     EXPECT_EQ(settings.GetPrivacyLevelForPreview(), 2);
     EXPECT_EQ(std::wstring(settings.GetMesaFolderStyle()), L"Predefined3");
-    EXPECT_EQ(settings.GetResolution(), 1200u) << "Photo-98 is a print mode of the driver";
+    EXPECT_EQ(settings.GetResolution(), 1200u) << "Photo-226 is a print mode of the driver";
     EXPECT_EQ(Pin(settings), L"2468");
     wchar_t accountId[Settings::kAccountIdCharacters] = {};
     settings.GetAccountId(accountId, Settings::kAccountIdCharacters);
@@ -380,9 +342,9 @@ TEST_F(SettingsTest, ACopyKeepsEveryValueAndItsOwnTexts)
     PTSettings original = Load(kWholeTicket, driver);
     PTSettings copy(original);
     copy.DetachDriverProperties();
-    original.SetRotation(ERotate::None);
+    original.SetRotation(ERotate::Rotate90);
 
-    EXPECT_EQ(copy.GetRotation(), ERotate::Rotate90);
+    EXPECT_EQ(copy.GetRotation(), ERotate::None);
     for (const auto& [name, read] : kFlaggedGetters) {
         if (std::string(name) != "GetRotation") {
             EXPECT_EQ(read(copy), read(original)) << name;

@@ -42,5 +42,10 @@ std::wstring Copies(int copies);
 std::wstring BareTicket(const std::wstring& body);
 // Every ticket the driver writes carries a copy count and a page size (A1 here).
 std::wstring Ticket(const std::wstring& body, int copies = 1);
+// Three copies of a poster on a custom gloss medium, fitted to A2, as the driver's configuration
+// writes it: every feature the settings read, each with an option other than its default, and
+// features they do not read. Print mode Photo-226 (High, max detail, more passes, unidirectional);
+// rotation None, so that the auto-rotation counts; output bin Folder, so that the folder style does.
+std::wstring PosterTicket();
 
 }  // namespace testsupport
