@@ -1,7 +1,6 @@
 // The paper source query: the printer's bidi (and KORU) answers read into paper source records,
 // the wait for a loaded source to be measured, and the choice of input bin and rotation.
 #include <atomic>
-#include <map>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -23,6 +22,7 @@
 #include "bidipapersourceanswer.h"
 #include "bidipapersourcereader.h"
 #include "connectionprintername.h"
+#include "filterjob.h"
 #include "jobcontext.h"
 #include "korupapersourcedescription.h"
 #include "papersourcemeasure.h"
@@ -128,22 +128,13 @@ struct Ticket : IPaperSourceSettings {
     std::int32_t GetUserMargin() const override { return userMargin; }
 };
 
-Ticket Page(std::int32_t width, std::int32_t height)
+// A page of the size; orientation 1 is landscape.
+Ticket Page(std::int32_t width, std::int32_t height, std::int32_t orientation = 0, std::int32_t mediaType = 1)
 {
     Ticket ticket;
     ticket.width = width;
     ticket.height = height;
-    return ticket;
-}
-
-Ticket Landscape(Ticket ticket)
-{
-    ticket.orientation = 1;
-    return ticket;
-}
-
-Ticket WithMediaType(Ticket ticket, std::int32_t mediaType)
-{
+    ticket.orientation = orientation;
     ticket.mediaType = mediaType;
     return ticket;
 }
@@ -205,9 +196,6 @@ public:
     }
     ~BidiInterception() { CoRevokeClassObject(cookie_); }
     int Requests() const { return *requests_; }
-
-    BidiInterception(const BidiInterception&) = delete;
-    BidiInterception& operator=(const BidiInterception&) = delete;
 
 private:
     std::shared_ptr<std::atomic<int>> requests_ = std::make_shared<std::atomic<int>>(0);
@@ -279,12 +267,7 @@ TEST(PaperSourceLengths, ARollWidthSnapsToTheNominalWidthJustBelowIt)
 // ---- the bidi answer
 
 // The answer is read with the platform's DOM, which needs the thread in an apartment.
-class BidiResponse : public testing::Test {
-protected:
-    ComApartment apartment_{COINIT_MULTITHREADED};
-};
-
-TEST_F(BidiResponse, TheResponseIsReadWithEachValuesTypeAndTextThatIsNotXmlIsNoAnswer)
+TEST_F(PaperSources, TheBidiResponseIsReadWithEachValuesTypeAndTextThatIsNotXmlIsNoAnswer)
 {
     const auto entries = ReadBidiSchemaEntries(
         L"<bidi:Get xmlns:bidi='http://schemas.microsoft.com/windows/2005/03/printing/bidi'>"
@@ -312,12 +295,9 @@ TEST(BidiAnswerRecords, EverySourceFieldIsRead)
         {L"\\Printer.PaperSource:NotReady", {L"BIDI_INT", L"1"}},
         {SourceKey(1, L"Type"), {L"BIDI_ENUM", L"continuousRoll"}},
         {SourceKey(1, L"InputInstalled"), {L"BIDI_ENUM", L"installed"}},
-        {SourceKey(1, L"Width"), {L"BIDI_INT", L"25920"}},
-        {SourceKey(1, L"Length"), {L"BIDI_INT", L"720000"}},
-        {SourceKey(1, L"MediaProtected"), {L"BIDI_INT", L"2"}},
-        {SourceKey(1, L"Id"), {L"BIDI_INT", L"48"}},
-        {SourceKey(1, L"Name"), {L"BIDI_STRING", L"Roll 1"}},
-        {SourceKey(1, L"Vendor"), {L"BIDI_STRING", L"QX"}},
+        {SourceKey(1, L"Width"), {L"BIDI_INT", L"25920"}}, {SourceKey(1, L"Length"), {L"BIDI_INT", L"720000"}},
+        {SourceKey(1, L"MediaProtected"), {L"BIDI_INT", L"2"}}, {SourceKey(1, L"Id"), {L"BIDI_INT", L"48"}},
+        {SourceKey(1, L"Name"), {L"BIDI_STRING", L"Roll 1"}}, {SourceKey(1, L"Vendor"), {L"BIDI_STRING", L"QX"}},
         {SourceKey(2, L"Name"), {L"BIDI_STRING", L"Tray"}},
     };
     const BIDI_PAPERSOURCE sources = PaperSourcesFromBidiAnswer(answer);
@@ -565,21 +545,12 @@ TEST(KoruDescription, AKnownMediaSizeNameGivesTheWidth)
 TEST(KoruDescription, SourcesAreReadLikeTheBidiAnswer)
 {
     const BIDI_PAPERSOURCE sources = PaperSourcesFromKoruDescription(
-        L"Source1_Name=Roll 1\r\n"
-        L"Source1_Type=continuousRoll\r\n"
-        L"Source1_InputInstalled=installed\r\n"
-        L"Source1_NotReady=true\r\n"
-        L"Source1_MediaID=48\n"
-        L"a line without a value\n"
-        L"Source2_Name=Tray=A\n"
-        L"Source2_Type=Tray1\n"
-        L"Source2_InputInstalled=engaged\n"
+        L"Source1_Name=Roll 1\r\nSource1_Type=continuousRoll\r\nSource1_InputInstalled=installed\r\n"
+        L"Source1_NotReady=true\r\nSource1_MediaID=48\na line without a value\n"
+        L"Source2_Name=Tray=A\nSource2_Type=Tray1\nSource2_InputInstalled=engaged\n"
         L"Source2_MediaID=photographic-glossy\n"
-        L"Source3_MediaID=qx-not-in-the-map\n"
-        L"Source3_MediaType=stationery\n"
-        L"Source3_NotReady=false\n"
-        L"Source4_MediaType=Plain Paper\n"
-        L"Source6_Name=after a gap\n");
+        L"Source3_MediaID=qx-not-in-the-map\nSource3_MediaType=stationery\nSource3_NotReady=false\n"
+        L"Source4_MediaType=Plain Paper\nSource6_Name=after a gap\n");
     ASSERT_EQ(sources.sources.size(), 4u);
     EXPECT_EQ(Fields(sources.sources[0]), L"1 1 1 -1 -1 -1 2 [48] [Roll 1] []");
     EXPECT_EQ(Fields(sources.sources[1]), L"0 1 2 -1 -1 -1 1 [48] [Tray=A] []") << "only \"_NotReady\" counts";
@@ -680,15 +651,10 @@ class PaperSourceConditions : public PaperSources {
 protected:
     bool CanQuery(bool arssSupported, bool bidiInformation, const Ticket& ticket)
     {
-        PrinterDescription printer = Printer({TrayAndRoll(kNarrowRoll)});
-        printer.driverPropertyBag = std::map<std::wstring, platform::DriverPropertyValue>{
-            {L"Platform", std::wstring(L"Quarry")},
-            {L"PDL", std::wstring(L"KESTREL")},
-            {L"EncryptedPinSupported", std::wstring(L"")},
-            {L"ConnectivityProtocolsSupported", std::wstring(L"")},
-            {L"IsArssSupported", arssSupported},
-            {L"BidiInformation", bidiInformation},
-        };
+        PrinterDescription printer = testsupport::FilterPrinter(kPrinter);
+        printer.paperSourceAnswers = {TrayAndRoll(kNarrowRoll)};
+        (*printer.driverPropertyBag)[L"IsArssSupported"] = arssSupported;
+        (*printer.driverPropertyBag)[L"BidiInformation"] = bidiInformation;
         testsupport::JobContext job(printer);
         PipelinePropertyBagProxy proxy(job.BagInterface());
         PrinterAttributeSettings attributes(proxy);
@@ -734,7 +700,7 @@ TEST_F(PaperSources, AutoSelectedMediaGoesToTheTrayWhenThePageFitsIt)
         Choice choice;
     } rows[] = {
         {"portrait fits the tray", TrayAndRoll(kNarrowRoll), a0, {kTrayBin, kRotate0}},
-        {"landscape fits the tray turned", TrayAndRoll(kNarrowRoll), Landscape(a0), {kTrayBin, kRotate90}},
+        {"landscape fits the tray turned", TrayAndRoll(kNarrowRoll), Page(841000, 1189000, 1), {kTrayBin, kRotate90}},
         {"the page exactly as wide and long as the tray", TrayAndRoll(kNarrowRoll), Page(1117600, 1778000),
          {kTrayBin, kRotate0}},
         {"a wider roll does not matter", TrayAndRoll(kWideRoll), a0, {kTrayBin, kRotate0}},
@@ -797,22 +763,24 @@ TEST_F(PaperSources, ScalingChangesThePageBeforeItIsFitted)
 
 TEST_F(PaperSources, OtherMediaLeaveTheBinToThePrinterAndMayTurnThePage)
 {
-    const auto coated = [](std::int32_t width, std::int32_t height) { return WithMediaType(Page(width, height), 23); };
-    const Ticket a0 = coated(841000, 1189000);
+    const auto coated = [](std::int32_t width, std::int32_t height, std::int32_t orientation = 0) {
+        return Page(width, height, orientation, 23);
+    };
+    const Ticket a0 = coated(841000, 1189000, 1);  // landscape
     const struct {
         const char* name;
         PaperSourceAnswer answer;
         Ticket ticket;
         Choice choice;
     } rows[] = {
-        {"a tray wider than the roll", TrayAndRoll(kNarrowRoll), Landscape(a0), {kAutoSelect, 3}},
-        {"fits the tray turned", TrayAndRoll(kWideRoll), Landscape(a0), {kAutoSelect, kRotate90}},
+        {"a tray wider than the roll", TrayAndRoll(kNarrowRoll), a0, {kAutoSelect, 3}},
+        {"fits the tray turned", TrayAndRoll(kWideRoll), a0, {kAutoSelect, kRotate90}},
         {"fits the tray only as it is", TrayAndRoll(kWideRoll), coated(1000000, 1500000), {kAutoSelect, kRotate0}},
         {"fits no tray, the roll takes it", TrayAndRoll(kWideRoll), coated(1600000, 1600000), {kAutoSelect, 3}},
-        {"only a tray, fits turned", OnlyTray(), Landscape(a0), {kAutoSelect, kRotate90}},
+        {"only a tray, fits turned", OnlyTray(), a0, {kAutoSelect, kRotate90}},
         {"only a tray, fits it as it is", OnlyTray(), coated(1000000, 1500000), {kAutoSelect, kRotate0}},
         {"only a tray, fits nothing", OnlyTray(), coated(1600000, 1900000), {kAutoSelect, kRotate0}},
-        {"only a tray, media AutoSelect", OnlyTray(), Landscape(Page(841000, 1189000)), {kAutoSelect, kRotate90}},
+        {"only a tray, media AutoSelect", OnlyTray(), Page(841000, 1189000, 1), {kAutoSelect, kRotate90}},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Select(row.answer, row.ticket, {7, 3}), row.choice) << row.name;

@@ -71,7 +71,14 @@ XpsPagePlan PagePlan(float width, float height, std::optional<float> advisoryWid
 struct PageInfo {
     XPS_SIZE size;
     XPS_SIZE advisory;
+    bool operator==(const PageInfo& other) const { return size == other.size && advisory == other.advisory; }
 };
+std::ostream& operator<<(std::ostream& out, const PageInfo& page)
+{
+    return out << page.size << " (" << page.advisory << ")";
+}
+// Every page of every document.
+using Pages = std::vector<std::vector<PageInfo>>;
 
 // An IStream over bytes that can be told to fail reading.
 class FailingStream : public platform::ComObject<FailingStream, IStream> {
@@ -115,22 +122,15 @@ std::string ReplaceAll(std::string text, const std::string& from, const std::str
     return text;
 }
 
-std::uint32_t Le32(const std::string& bytes, size_t at)
+// A little-endian field of an archive record.
+template <class T>
+T Le(const std::string& bytes, size_t at)
 {
-    std::uint32_t value = 0;
-    std::memcpy(&value, bytes.data() + at, 4);
+    T value = 0;
+    std::memcpy(&value, bytes.data() + at, sizeof value);
     return value;
 }
-std::uint16_t Le16(const std::string& bytes, size_t at)
-{
-    std::uint16_t value = 0;
-    std::memcpy(&value, bytes.data() + at, 2);
-    return value;
-}
-void PutLe32(std::string& bytes, size_t at, std::uint32_t value)
-{
-    std::memcpy(&bytes[at], &value, 4);
-}
+void PutLe32(std::string& bytes, size_t at, std::uint32_t value) { std::memcpy(&bytes[at], &value, 4); }
 
 size_t EndOfCentralDirectory(const std::string& zip)
 {
@@ -141,13 +141,13 @@ size_t EndOfCentralDirectory(const std::string& zip)
 size_t CentralEntry(const std::string& zip, const std::string& name)
 {
     const size_t record = EndOfCentralDirectory(zip);
-    size_t at = Le32(zip, record + 16);
-    for (std::uint16_t i = 0; i < Le16(zip, record + 10); ++i) {
-        const std::uint16_t nameLength = Le16(zip, at + 28);
+    size_t at = Le<std::uint32_t>(zip, record + 16);
+    for (std::uint16_t i = 0; i < Le<std::uint16_t>(zip, record + 10); ++i) {
+        const std::uint16_t nameLength = Le<std::uint16_t>(zip, at + 28);
         if (zip.compare(at + 46, nameLength, name) == 0) {
             return at;
         }
-        at += 46 + nameLength + Le16(zip, at + 30) + Le16(zip, at + 32);
+        at += 46 + nameLength + Le<std::uint16_t>(zip, at + 30) + Le<std::uint16_t>(zip, at + 32);
     }
     throw std::runtime_error("no entry " + name);
 }
@@ -157,7 +157,7 @@ void PatchDeclaredSize(std::string& zip, const std::string& name, std::uint32_t 
 {
     const size_t at = CentralEntry(zip, name);
     PutLe32(zip, at + 24, size);
-    PutLe32(zip, Le32(zip, at + 42) + 22, size);
+    PutLe32(zip, Le<std::uint32_t>(zip, at + 42) + 22, size);
 }
 
 std::string Utf16Le(const std::string& ascii)
@@ -238,9 +238,9 @@ protected:
     }
 
     // Every page of every document, loaded, as the page size correction walks them.
-    static std::vector<std::vector<PageInfo>> Walk(IXpsOMPackage* package)
+    static Pages Walk(IXpsOMPackage* package)
     {
-        std::vector<std::vector<PageInfo>> walked;
+        Pages walked;
         ComPtr<IXpsOMDocumentCollection> documents;
         UINT32 documentCount = 0;
         EXPECT_HR(S_OK, Sequence(package)->GetDocuments(&documents));
@@ -307,17 +307,8 @@ TEST_P(XpsReadTest, GivesDocumentsPagesSizesAndTicket)
     plan.documents[1].pages = {PagePlan(3456, 12000, 3456.f)};
 
     const auto package = Open(BuildXps(plan));
-    const auto walked = Walk(package.Get());
-
-    ASSERT_EQ(walked.size(), 2u);
-    ASSERT_EQ(walked[0].size(), 2u);
-    ASSERT_EQ(walked[1].size(), 1u);
-    EXPECT_EQ(walked[0][0].size, (XPS_SIZE{816, 1056}));
-    EXPECT_EQ(walked[0][0].advisory, (XPS_SIZE{816, 1056}));
-    EXPECT_EQ(walked[0][1].size, (XPS_SIZE{1056, 816}));
-    EXPECT_EQ(walked[0][1].advisory, (XPS_SIZE{-1, -1}));
-    EXPECT_EQ(walked[1][0].size, (XPS_SIZE{3456, 12000}));
-    EXPECT_EQ(walked[1][0].advisory, (XPS_SIZE{3456, -1}));
+    EXPECT_EQ(Walk(package.Get()), (Pages{{{{816, 1056}, {816, 1056}}, {{1056, 816}, {-1, -1}}},
+                                          {{{3456, 12000}, {3456, -1}}}}));
     EXPECT_EQ(TicketOf(Sequence(package.Get()).Get()), SampleTicket("job ticket"));
 }
 
@@ -355,10 +346,7 @@ TEST_F(XpsTest, PartNamesMatchIgnoringCaseAndEscapes)
     plan.documents[0].pages[1].name = "Other/2.fpage";
     plan.documents[0].pages[1].source = "./Pages/../Other/./2.fpage#frag";
     plan.documents[0].pages[1].width = 500;
-    const auto walked = Walk(Open(BuildXps(plan)).Get());
-    ASSERT_EQ(walked.size(), 1u);
-    ASSERT_EQ(walked[0].size(), 2u);
-    EXPECT_EQ(walked[0][1].size.width, 500);
+    EXPECT_EQ(Walk(Open(BuildXps(plan)).Get()), (Pages{{{{816, 1056}, {-1, -1}}, {{500, 1056}, {-1, -1}}}}));
 }
 
 // ---- print tickets
@@ -399,27 +387,21 @@ TEST_F(XpsTest, PagesAreReadOnlyWhenAskedFor)
     EXPECT_EQ(page.Get(), nullptr);
 }
 
-TEST_F(XpsTest, PackageKeepsTheStreamItWasGiven)
+// The package holds the stream it was given, and what goes wrong reading it reaches the caller.
+TEST_F(XpsTest, PackageKeepsTheStreamItWasGivenAndPassesOnItsReadFailures)
 {
     ComPtr<IXpsOMPackage> package;
+    FailingStream* const stream = new FailingStream(BuildXps(XpsJobPlan::Pages(1, 1, 600, 700)));
     {
-        auto stream = MemoryStream(BuildXps(XpsJobPlan::Pages(1, 1, 600, 700)));
-        ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
+        ComPtr<FailingStream> given;
+        given.Attach(stream);
+        ASSERT_HR(S_OK, factory_->CreatePackageFromStream(given.Get(), TRUE, &package));
     }
-    EXPECT_EQ(Walk(package.Get())[0][0].size, (XPS_SIZE{600, 700}));
-}
-
-TEST_F(XpsTest, StreamReadFailureTravelsToTheCaller)
-{
-    ComPtr<FailingStream> stream;
-    stream.Attach(new FailingStream(BuildXps(XpsJobPlan::Pages(1, 1))));
-    ComPtr<IXpsOMPackage> package;
-    ASSERT_HR(S_OK, factory_->CreatePackageFromStream(stream.Get(), TRUE, &package));
     stream->failReads = true;
     ComPtr<IXpsOMDocumentSequence> sequence;
     EXPECT_HR(kReadFault, package->GetDocumentSequence(&sequence));
     stream->failReads = false;
-    EXPECT_HR(S_OK, package->GetDocumentSequence(&sequence));
+    EXPECT_EQ(Walk(package.Get()), (Pages{{{{600, 700}, {-1, -1}}}}));
 }
 
 // ---- damaged packages
@@ -474,7 +456,7 @@ const DamageCase kDamageCases[] = {
     {"CentralDirectoryCut", Step::Open, OPC_E_ZIP_CORRUPTED_ARCHIVE, [](ZipParts&) {}, [](XpsJobPlan&) {},
      [](std::string& job) {
          const size_t record = EndOfCentralDirectory(job);
-         job = job.substr(0, Le32(job, record + 16) + 10) + job.substr(record);
+         job = job.substr(0, Le<std::uint32_t>(job, record + 16) + 10) + job.substr(record);
      }},
     {"ContentTypesMissing", Step::Sequence, OPC_E_MISSING_CONTENT_TYPES,
      [](ZipParts& p) { p.Remove("[Content_Types].xml"); }},
@@ -573,7 +555,8 @@ INSTANTIATE_TEST_SUITE_P(Packages, XpsDamageTest, testing::ValuesIn(kDamageCases
 TEST_F(XpsTest, PartDeclaredTooLargeOrInflatingPastItsDeclaredSizeIsRefused)
 {
     const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
-    const std::uint32_t impossible = Le32(job, CentralEntry(job, XpsPageItem(0, 0)) + 20) * 2000;  // compressed size
+    const std::uint32_t compressed = Le<std::uint32_t>(job, CentralEntry(job, XpsPageItem(0, 0)) + 20);
+    const std::uint32_t impossible = compressed * 2000;
     XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
     plan.documents[0].pages[0].content = std::string(8 << 20, ' ');
     const std::string bomb = BuildXps(plan);
@@ -648,19 +631,13 @@ TEST_F(XpsWriteTest, WrittenPackageHasTheNewPageSizes)
 {
     const auto package = Open(BuildXps(Job()));
     const XPS_SIZE media{18897.637f, 12000};
+    const XPS_SIZE tall{3456, 18897.637f};
     Resize(package.Get(), 0, 1, media);
-    Resize(package.Get(), 1, 0, XPS_SIZE{3456, 18897.637f});
+    Resize(package.Get(), 1, 0, tall);
     ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, FILE_ATTRIBUTE_NORMAL, TRUE));
 
-    const auto walked = Walk(OpenFile("out.xps").Get());
-    ASSERT_EQ(walked.size(), 2u);
-    EXPECT_EQ(walked[0][0].size, (XPS_SIZE{3456, 12000}));
-    EXPECT_EQ(walked[0][0].advisory, (XPS_SIZE{3456, 12000}));
-    EXPECT_EQ(walked[0][1].size, media);
-    EXPECT_EQ(walked[0][1].advisory, media);
-    EXPECT_EQ(walked[1][0].size, (XPS_SIZE{3456, 18897.637f}));
-    EXPECT_EQ(walked[1][0].advisory, (XPS_SIZE{-1, -1}));
-    EXPECT_EQ(walked[1][1].size, (XPS_SIZE{3456, 12000}));
+    EXPECT_EQ(Walk(OpenFile("out.xps").Get()), (Pages{{{{3456, 12000}, {3456, 12000}}, {media, media}},
+                                                       {{tall, {-1, -1}}, {{3456, 12000}, {-1, -1}}}}));
     EXPECT_EQ(TicketOf(Sequence(OpenFile("out.xps").Get()).Get()), SampleTicket("write"));
 }
 
@@ -741,9 +718,7 @@ TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
     }
     EXPECT_EQ(wholePages, 1u);
     EXPECT_EQ(pieces, 0u);
-    const auto walked = Walk(OpenFile("out.xps").Get());
-    EXPECT_EQ(walked[0][0].size, (XPS_SIZE{900, 1200}));
-    EXPECT_EQ(walked[0][1].size, (XPS_SIZE{816, 1056}));
+    EXPECT_EQ(Walk(OpenFile("out.xps").Get()), (Pages{{{{900, 1200}, {-1, -1}}, {{816, 1056}, {-1, -1}}}}));
 }
 
 TEST_F(XpsWriteTest, Utf16PageKeepsItsEncoding)
