@@ -14,27 +14,8 @@ seconds=${FUZZ_SECONDS:-30}
 targets=(${FUZZ_TARGETS:-fuzz_xpspackage fuzz_ticket fuzz_ldpb fuzz_bidianswer fuzz_korudescription
                          fuzz_previewmessages fuzz_encodingdecode})
 
-bash "$root/scripts/setup.sh"
-
-# clang and its sanitizer and libFuzzer runtimes (libclang_rt.fuzzer), installed as setup.sh does.
-packages=(clang libclang-rt-dev)
-missing=()
-for package in "${packages[@]}"; do
-  status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
-  if [[ "$status" != "install ok installed" ]]; then
-    missing+=("$package")
-  fi
-done
-if ((${#missing[@]} > 0)); then
-  echo "fuzz: installing ${missing[*]}"
-  as_root=()
-  if [[ "$(id -u)" -ne 0 ]]; then
-    as_root=(sudo)
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  "${as_root[@]}" apt-get update
-  "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
-fi
+# clang and its sanitizer and libFuzzer runtimes (libclang_rt.fuzzer) besides the usual packages.
+bash "$root/scripts/setup.sh" clang libclang-rt-dev
 
 cmake -S "$root" -B "$build_dir" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang \
   -DQX_FUZZ=ON -DQX_BUILD_BENCH=OFF

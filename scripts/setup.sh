@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build and the tests need. Does nothing when all are present,
-# so it is cheap to run before every build.
+# Installs the Debian packages that the build and the tests need, and any further packages named as
+# arguments (e.g. the fuzz build's clang). Does nothing when all are present, so it is cheap to run
+# before every build.
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,7 @@ packages=(
   python3
   # real XPS readers that the tests open written packages with
   mupdf-tools libgxps-utils
+  "$@"
 )
 
 missing=()
