@@ -1,6 +1,7 @@
 // COM library: apartments, class objects, in-process activation, streams on global memory.
 #pragma once
 
+#include "oaidl.h"
 #include "objidl.h"
 #include "oleauto.h"
 #include "winbase.h"
@@ -15,7 +16,9 @@ enum CLSCTX : DWORD {
     CLSCTX_INPROC_HANDLER = 0x2,
     CLSCTX_LOCAL_SERVER = 0x4,
     CLSCTX_INPROC = CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER,
-    CLSCTX_ALL = CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER,
+    CLSCTX_REMOTE_SERVER = 0x10,
+    CLSCTX_SERVER = CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER,
+    CLSCTX_ALL = CLSCTX_INPROC_SERVER | CLSCTX_INPROC_HANDLER | CLSCTX_LOCAL_SERVER | CLSCTX_REMOTE_SERVER,
 };
 
 enum REGCLS : DWORD {
