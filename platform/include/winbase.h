@@ -16,12 +16,17 @@ void SetLastError(DWORD dwErrCode);
 #define GMEM_MOVEABLE 0x0002u
 #define GMEM_ZEROINIT 0x0040u
 #define GHND (GMEM_MOVEABLE | GMEM_ZEROINIT)
+#define GMEM_LOCKCOUNT 0x00FFu
+#define GMEM_DISCARDABLE 0x0100u
+#define GMEM_DISCARDED 0x4000u
+#define GMEM_INVALID_HANDLE 0x8000u
 
 HGLOBAL GlobalAlloc(UINT uFlags, SIZE_T dwBytes);
 HGLOBAL GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags);
 LPVOID GlobalLock(HGLOBAL hMem);
 BOOL GlobalUnlock(HGLOBAL hMem);
 SIZE_T GlobalSize(HGLOBAL hMem);
+UINT GlobalFlags(HGLOBAL hMem);
 HGLOBAL GlobalFree(HGLOBAL hMem);
 
 // ---- handles and synchronisation

@@ -17,6 +17,7 @@ struct GlobalBlock {
     void* data = nullptr;
     SIZE_T size = 0;
     LONG locks = 0;
+    bool discardable = false;
 };
 
 class BlockRegistry {
@@ -74,6 +75,8 @@ void AdviseHugePages(void* data, SIZE_T bytes)
 
 }  // namespace
 
+// A movable block of no bytes has no memory behind it: Windows hands out the handle already
+// discarded, and GlobalReAlloc gives it memory later.
 HGLOBAL Kernel32::GlobalAlloc(UINT flags, SIZE_T bytes)
 {
     auto* block = new (std::nothrow) GlobalBlock;
@@ -81,25 +84,42 @@ HGLOBAL Kernel32::GlobalAlloc(UINT flags, SIZE_T bytes)
         ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    // One byte at least, so that a zero-sized block still has an address to lock.
-    block->data = (flags & GMEM_ZEROINIT) != 0 ? std::calloc(bytes == 0 ? 1 : bytes, 1) : std::malloc(bytes == 0 ? 1 : bytes);
-    if (block->data == nullptr) {
-        delete block;
-        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
+    if (bytes == 0 && (flags & GMEM_MOVEABLE) == 0) {
+        bytes = 1;  // a fixed block is never empty
     }
-    AdviseHugePages(block->data, bytes);
+    if (bytes != 0) {
+        block->data = (flags & GMEM_ZEROINIT) != 0 ? std::calloc(bytes, 1) : std::malloc(bytes);
+        if (block->data == nullptr) {
+            delete block;
+            ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        }
+        AdviseHugePages(block->data, bytes);
+    }
     block->size = bytes;
+    block->discardable = (flags & GMEM_DISCARDABLE) != 0;
     Blocks().Add(block);
     return block;
 }
 
+// Shrinking to nothing discards the block, which only an unlocked movable block allows.
 HGLOBAL Kernel32::GlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags)
 {
-    bool grown = false;
+    DWORD error = ERROR_SUCCESS;
     const bool known = Blocks().With(memory, [&](GlobalBlock& block) {
-        void* data = std::realloc(block.data, bytes == 0 ? 1 : bytes);
+        if ((flags & GMEM_DISCARDABLE) != 0 || (bytes == 0 && ((flags & GMEM_MOVEABLE) == 0 || block.locks > 0))) {
+            error = ERROR_INVALID_PARAMETER;
+            return;
+        }
+        if (bytes == 0) {
+            std::free(block.data);
+            block.data = nullptr;
+            block.size = 0;
+            return;
+        }
+        void* data = std::realloc(block.data, bytes);
         if (data == nullptr) {
+            error = ERROR_NOT_ENOUGH_MEMORY;
             return;
         }
         if ((flags & GMEM_ZEROINIT) != 0 && bytes > block.size) {
@@ -107,14 +127,9 @@ HGLOBAL Kernel32::GlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags)
         }
         block.data = data;
         block.size = bytes;
-        grown = true;
     });
-    if (!known) {
-        ::SetLastError(ERROR_INVALID_HANDLE);
-        return nullptr;
-    }
-    if (!grown) {
-        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    if (!known || error != ERROR_SUCCESS) {
+        ::SetLastError(known ? error : ERROR_INVALID_HANDLE);
         return nullptr;
     }
     return memory;
@@ -124,12 +139,28 @@ LPVOID Kernel32::GlobalLock(HGLOBAL memory)
 {
     void* data = nullptr;
     if (!Blocks().With(memory, [&](GlobalBlock& block) {
-            ++block.locks;
             data = block.data;
+            if (data == nullptr) {
+                ::SetLastError(ERROR_DISCARDED);
+            } else if (block.locks < static_cast<LONG>(GMEM_LOCKCOUNT)) {
+                ++block.locks;
+            }
         })) {
         ::SetLastError(ERROR_INVALID_HANDLE);
     }
     return data;
+}
+
+UINT Kernel32::GlobalFlags(HGLOBAL memory)
+{
+    UINT flags = GMEM_INVALID_HANDLE;
+    if (!Blocks().With(memory, [&](GlobalBlock& block) {
+            flags = static_cast<UINT>(block.locks) | (block.discardable ? GMEM_DISCARDABLE : 0u) |
+                    (block.data == nullptr ? GMEM_DISCARDED : 0u);
+        })) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+    }
+    return flags;
 }
 
 BOOL Kernel32::GlobalUnlock(HGLOBAL memory)

@@ -167,10 +167,8 @@ HRESULT Ole32::CreateStreamOnHGlobal(HGLOBAL memory, BOOL deleteOnRelease, IStre
         if (memory == nullptr) {
             return E_OUTOFMEMORY;
         }
-    } else if (::GlobalLock(memory) == nullptr) {
-        return E_INVALIDARG;  // not a live block
-    } else {
-        ::GlobalUnlock(memory);
+    } else if (::GlobalFlags(memory) == GMEM_INVALID_HANDLE) {
+        return E_INVALIDARG;  // not a live block; a discarded one is an empty stream
     }
     auto* created = new (std::nothrow) HGlobalStream(memory, deleteOnRelease != FALSE);
     if (created == nullptr) {

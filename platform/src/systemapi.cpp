@@ -94,6 +94,7 @@ HGLOBAL GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) { return Curren
 LPVOID GlobalLock(HGLOBAL hMem) { return CurrentKernel32().GlobalLock(hMem); }
 BOOL GlobalUnlock(HGLOBAL hMem) { return CurrentKernel32().GlobalUnlock(hMem); }
 SIZE_T GlobalSize(HGLOBAL hMem) { return CurrentKernel32().GlobalSize(hMem); }
+UINT GlobalFlags(HGLOBAL hMem) { return CurrentKernel32().GlobalFlags(hMem); }
 HGLOBAL GlobalFree(HGLOBAL hMem) { return CurrentKernel32().GlobalFree(hMem); }
 
 BOOL CloseHandle(HANDLE hObject) { return CurrentKernel32().CloseHandle(hObject); }

@@ -170,8 +170,10 @@ ComPtr<IStream> MemoryStreamOf(const std::string& bytes)
     if (memory == nullptr) {
         throw hr_error{E_OUTOFMEMORY};
     }
-    std::memcpy(::GlobalLock(memory), bytes.data(), bytes.size());
-    ::GlobalUnlock(memory);
+    if (!bytes.empty()) {  // an empty movable block is discarded: nothing to lock
+        std::memcpy(::GlobalLock(memory), bytes.data(), bytes.size());
+        ::GlobalUnlock(memory);
+    }
     ComPtr<IStream> stream;
     if (FAILED(CreateStreamOnHGlobal(memory, TRUE, &stream))) {
         ::GlobalFree(memory);

@@ -20,6 +20,7 @@ public:
     virtual LPVOID GlobalLock(HGLOBAL memory) = 0;
     virtual BOOL GlobalUnlock(HGLOBAL memory) = 0;
     virtual SIZE_T GlobalSize(HGLOBAL memory) = 0;
+    virtual UINT GlobalFlags(HGLOBAL memory) = 0;
     virtual HGLOBAL GlobalFree(HGLOBAL memory) = 0;
 
     virtual BOOL CloseHandle(HANDLE object) = 0;
@@ -140,6 +141,7 @@ public:
     LPVOID GlobalLock(HGLOBAL memory) override;
     BOOL GlobalUnlock(HGLOBAL memory) override;
     SIZE_T GlobalSize(HGLOBAL memory) override;
+    UINT GlobalFlags(HGLOBAL memory) override;
     HGLOBAL GlobalFree(HGLOBAL memory) override;
 
     BOOL CloseHandle(HANDLE object) override;
