@@ -371,10 +371,10 @@ TEST_F(FullDisk, TheWriteThatSendsTheBufferOutFailsAndSoDoEveryLaterOne)
     }
     EXPECT_EQ(taken, kMiB / kChunk) << "the buffer holds a megabyte";
     EXPECT_EQ(written, 0u);
-    EXPECT_EQ(stream->WriteBytes(chunk.data(), 1, &written), STG_E_MEDIUMFULL);
-    EXPECT_EQ(stream->WriteFault(), STG_E_MEDIUMFULL);
+    EXPECT_EQ(stream->WriteBytes(chunk.data(), 1, &written), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(stream->WriteFault(), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
     EXPECT_EQ(stream->BytesWritten(), kMiB) << "what the filter was told was taken";
-    EXPECT_EQ(log->Entries().back(), "writer.WriteBytes(1 bytes) -> STG_E_MEDIUMFULL");
+    EXPECT_EQ(log->Entries().back(), "writer.WriteBytes(1 bytes) -> HRESULT_FROM_WIN32(ERROR_DISK_FULL)");
 }
 
 TEST_F(FullDisk, CloseLogsTheFaultItFindsAsItHasNoResult)
@@ -383,8 +383,8 @@ TEST_F(FullDisk, CloseLogsTheFaultItFindsAsItHasNoResult)
     ASSERT_EQ(stream->WriteBytes("job", 3, &written), S_OK);
     stream->Close();
     EXPECT_TRUE(stream->Closed());
-    EXPECT_EQ(stream->WriteFault(), STG_E_MEDIUMFULL);
-    EXPECT_EQ(log->Entries().back(), "writer.Close -> STG_E_MEDIUMFULL");
+    EXPECT_EQ(stream->WriteFault(), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(log->Entries().back(), "writer.Close -> HRESULT_FROM_WIN32(ERROR_DISK_FULL)");
 }
 
 TEST(FileWriteStream, SmallWritesCostAboutOneSystemCallPerMegabyte)

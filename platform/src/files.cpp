@@ -182,7 +182,7 @@ BOOL Kernel32::WriteFile(HANDLE file, LPCVOID buffer, DWORD bytes, LPDWORD writt
             continue;
         }
         if (done <= 0) {
-            ::SetLastError(done < 0 ? Win32ErrorOf(errno) : ERROR_INVALID_PARAMETER);
+            ::SetLastError(done < 0 ? Win32ErrorOf(errno) : ERROR_DISK_FULL);  // nothing taken: no room
             return FALSE;
         }
         *written += static_cast<DWORD>(done);

@@ -136,7 +136,7 @@ DWORD Kernel32::GetFileAttributesW(LPCWSTR fileName)
     }
     struct stat status {};
     if (::stat(path->c_str(), &status) != 0) {
-        ::SetLastError(Win32ErrorOf(errno));
+        ::SetLastError(errno == ENOENT ? MissingFileError(*path) : Win32ErrorOf(errno));
         return INVALID_FILE_ATTRIBUTES;
     }
     const bool directory = S_ISDIR(status.st_mode);
@@ -155,7 +155,7 @@ BOOL Kernel32::SetFileAttributesW(LPCWSTR fileName, DWORD attributes)
     const auto path = fileName == nullptr ? std::nullopt : HostPathOf(fileName);
     struct stat status {};
     if (!path || ::stat(path->c_str(), &status) != 0) {
-        ::SetLastError(path ? Win32ErrorOf(errno) : ERROR_PATH_NOT_FOUND);
+        ::SetLastError(!path ? ERROR_PATH_NOT_FOUND : errno == ENOENT ? MissingFileError(*path) : Win32ErrorOf(errno));
         return FALSE;
     }
     const mode_t writable = (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? status.st_mode & ~(S_IWUSR | S_IWGRP | S_IWOTH)

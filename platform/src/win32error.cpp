@@ -4,25 +4,55 @@
 
 namespace platform {
 
+namespace {
+
+struct ErrnoError {
+    int error;
+    DWORD win32;
+};
+
+// As Windows' file system reports the same conditions. A full quota and a file past the size the
+// file system allows both read as a full disk there. A missing name is ERROR_FILE_NOT_FOUND; the
+// calls that tell a missing folder apart use MissingFileError.
+constexpr ErrnoError kErrnoErrors[] = {
+    {ENOENT, ERROR_FILE_NOT_FOUND},
+    {ENOTDIR, ERROR_PATH_NOT_FOUND},
+    {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+    {ELOOP, ERROR_CANT_RESOLVE_FILENAME},
+    {EACCES, ERROR_ACCESS_DENIED},
+    {EPERM, ERROR_ACCESS_DENIED},
+    {EISDIR, ERROR_ACCESS_DENIED},
+    {EROFS, ERROR_WRITE_PROTECT},
+    {EEXIST, ERROR_FILE_EXISTS},
+    {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
+    {EXDEV, ERROR_NOT_SAME_DEVICE},
+    {ETXTBSY, ERROR_SHARING_VIOLATION},
+    {EAGAIN, ERROR_SHARING_VIOLATION},
+    {EBUSY, ERROR_BUSY},
+    {ENOSPC, ERROR_DISK_FULL},
+    {EDQUOT, ERROR_DISK_FULL},
+    {EFBIG, ERROR_DISK_FULL},
+    {EIO, ERROR_IO_DEVICE},
+    {EPIPE, ERROR_NO_DATA},
+    {EBADF, ERROR_INVALID_HANDLE},
+    {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
+    {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
+    {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
+    {ENOEXEC, ERROR_BAD_EXE_FORMAT},
+    {EOPNOTSUPP, ERROR_NOT_SUPPORTED},
+    {EINVAL, ERROR_INVALID_PARAMETER},
+};
+
+}  // namespace
+
 DWORD Win32ErrorOf(int error)
 {
-    switch (error) {
-    case ENOENT:
-        return ERROR_FILE_NOT_FOUND;
-    case ENOTDIR:
-        return ERROR_PATH_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-        return ERROR_ACCESS_DENIED;
-    case ENOMEM:
-        return ERROR_NOT_ENOUGH_MEMORY;
-    case EEXIST:
-        return ERROR_FILE_EXISTS;
-    case ENOEXEC:
-        return ERROR_BAD_EXE_FORMAT;
-    default:
-        return ERROR_INVALID_PARAMETER;
+    for (const ErrnoError& known : kErrnoErrors) {
+        if (known.error == error) {
+            return known.win32;
+        }
     }
+    return ERROR_GEN_FAILURE;
 }
 
 DWORD MissingFileError(const std::string& hostPath)

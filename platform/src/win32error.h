@@ -5,12 +5,11 @@
 
 #include <string>
 
+#include "platform/win32error.h"
 #include "windows.h"
 
 namespace platform {
 
-// The Win32 error for an errno value.
-DWORD Win32ErrorOf(int error);
 // For a host path that does not exist: ERROR_FILE_NOT_FOUND when its folder exists, else
 // ERROR_PATH_NOT_FOUND, as Windows tells a missing file from a missing folder.
 DWORD MissingFileError(const std::string& hostPath);

@@ -9,13 +9,13 @@
 #include <system_error>
 
 #include "pipelinehost/hresulttext.h"
+#include "platform/win32error.h"
 
 namespace pipelinehost {
 namespace {
 
 // A system call per megabyte of output instead of one per chunk, and little memory per job.
 constexpr std::size_t kWriteBufferBytes = 1024 * 1024;
-constexpr HRESULT kWriteFault = static_cast<HRESULT>(0x8003001D);  // STG_E_WRITEFAULT
 
 HRESULT WriteAll(int file, const BYTE* first, std::size_t size)
 {
@@ -26,7 +26,9 @@ HRESULT WriteAll(int file, const BYTE* first, std::size_t size)
             continue;
         }
         if (put <= 0) {
-            return errno == ENOSPC ? STG_E_MEDIUMFULL : kWriteFault;
+            // As a stream over a spool file reports what WriteFile set; a write that takes
+            // nothing found no room.
+            return HRESULT_FROM_WIN32(put < 0 ? platform::Win32ErrorOf(errno) : ERROR_DISK_FULL);
         }
         done += static_cast<std::size_t>(put);
     }
