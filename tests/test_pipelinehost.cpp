@@ -182,22 +182,20 @@ TEST(PropertyBag, AMissingNameOrABadArgumentFailsWithItsHresult)
     EXPECT_TRUE(bag->Names().empty());
 }
 
-TEST(PropertyBag, AddingAnExistingNameReplacesTheValueInItsPlaceAndDeletingRemovesIt)
+TEST(PropertyBag, AddingAnExistingNameFailsAndKeepsTheFirstValueUntilItIsDeleted)
 {
     ComPtr<PropertyBag> bag = PropertyBag::Create();
     bag->Set(L"A", 1);
     bag->Set(L"B", 2);
     OwnedVariant text = OwnedVariant::String(L"three");
-    ASSERT_EQ(bag->AddProperty(L"A", &text.Get()), S_OK);
-
-    EXPECT_EQ(bag->Names(), (std::vector<std::wstring>{L"A", L"B"}));
-    EXPECT_EQ(bag->Get(L"A")->Type(), VT_BSTR);
-    EXPECT_STREQ(bag->Get(L"A")->Get().bstrVal, L"three");
+    EXPECT_EQ(bag->AddProperty(L"A", &text.Get()), HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS));
+    EXPECT_EQ(bag->Get(L"A")->Get().lVal, 1);
 
     // Deleting answers whether there was such a property; a name added again goes last.
     EXPECT_EQ(bag->DeleteProperty(L"A"), TRUE);
     EXPECT_EQ(bag->DeleteProperty(L"A"), FALSE);
-    bag->Set(L"A", 3);
+    ASSERT_EQ(bag->AddProperty(L"A", &text.Get()), S_OK);
+    EXPECT_STREQ(bag->Get(L"A")->Get().bstrVal, L"three");
     EXPECT_EQ(bag->Names(), (std::vector<std::wstring>{L"B", L"A"}));
 }
 
@@ -248,6 +246,7 @@ TEST(PropertyBag, ConcurrentFiltersSeeWholeValues)
         threads.emplace_back([&, t] {
             for (int i = 0; i < 500; ++i) {
                 OwnedVariant text = OwnedVariant::String(std::wstring(20, static_cast<wchar_t>(L'a' + t)));
+                bag->DeleteProperty(L"Shared");
                 bag->AddProperty(L"Shared", &text.Get());
                 VARIANT value;
                 if (bag->GetProperty(L"Shared", &value) == S_OK) {

@@ -25,7 +25,7 @@ JobContext::JobContext(platform::PrinterDescription printer, bool offerDriverBag
     VariantInit(&jobId);
     jobId.vt = VT_UI4;
     jobId.ulVal = kJobId;
-    bag_->AddProperty(L"PrintJobId", &jobId);
+    bag_->Set(L"PrintJobId", pipelinehost::OwnedVariant(jobId));
     if (offerDriverBag && printer.driverPropertyBag) {
         ComPtr<IPrinterPropertyBag> driverBag;
         driverBag.Attach(SimulatedMachine::NewDriverPropertyBag(printer.name));
@@ -41,7 +41,7 @@ void JobContext::SetHandle(const std::wstring& name, HANDLE handle)
     VariantInit(&value);
     value.vt = VT_UINT_PTR;
     value.byref = handle;
-    bag_->AddProperty(name.c_str(), &value);
+    bag_->Set(name, pipelinehost::OwnedVariant(value));  // replaces, as the spooler's setup would
 }
 
 }  // namespace testsupport

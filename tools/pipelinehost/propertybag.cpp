@@ -30,7 +30,13 @@ HRESULT PropertyBag::AddProperty(const wchar_t* name, const VARIANT* value)
         hr = E_POINTER;
     } else {
         try {
-            OwnedVariant replaced = Store(name, OwnedVariant(*value));
+            OwnedVariant copy(*value);  // released after the lock, should the name be taken
+            std::lock_guard lock(mutex_);
+            if (std::any_of(entries_.begin(), entries_.end(), [name](const Entry& entry) { return entry.first == name; })) {
+                hr = kPropertyExists;
+            } else {
+                entries_.emplace_back(name, std::move(copy));
+            }
         } catch (const std::bad_alloc&) {
             hr = E_OUTOFMEMORY;
         }

@@ -21,6 +21,8 @@ namespace pipelinehost {
 // What GetProperty answers for a name the bag does not hold: HRESULT_FROM_WIN32(ERROR_NOT_FOUND),
 // 0x80070490. A filter has to treat any failure as "absent"; this one says so plainly in a report.
 inline constexpr HRESULT kPropertyNotFound = HRESULT_FROM_WIN32(1168);
+// A filter cannot overwrite another's property by adding it again; it deletes it first.
+inline constexpr HRESULT kPropertyExists = HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS);
 
 class PropertyBag : public platform::ComObject<PropertyBag, IPrintPipelinePropertyBag> {
 public:
@@ -33,15 +35,16 @@ public:
     // Every call a filter makes through the interface is recorded there; set before handing the bag out.
     void LogCallsTo(std::shared_ptr<CallLog> log) { log_ = std::move(log); }
 
-    // Stores a copy, replacing a value of the same name in its place. E_INVALIDARG for a null or
-    // empty name, E_POINTER for a null value.
+    // Stores a copy. kPropertyExists for a name already in the bag, whose value stays;
+    // E_INVALIDARG for a null or empty name, E_POINTER for a null value.
     HRESULT AddProperty(const wchar_t* name, const VARIANT* value) override;
     // The value is an out parameter: it is initialised, then receives a copy the caller owns.
     // kPropertyNotFound for an unknown name (the value is left VT_EMPTY).
     HRESULT GetProperty(const wchar_t* name, VARIANT* value) override;
     BOOL DeleteProperty(const wchar_t* name) override;
 
-    // For whoever sets up a job (the host, a test); not recorded as the filter's calls.
+    // For whoever sets up a job (the host, a test): these replace a value of the same name in its
+    // place. Not recorded as the filter's calls.
     void Set(const std::wstring& name, LONG value);
     void Set(const std::wstring& name, const std::wstring& value);
     void SetUnknown(const std::wstring& name, IUnknown* object);
