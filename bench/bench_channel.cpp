@@ -10,7 +10,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -84,8 +83,6 @@ public:
             stop_(filterPipe_.c_str());
             stop_(applicationPipe_.c_str());
         }
-        std::error_code ignored;
-        std::filesystem::remove_all(runtime_, ignored);
     }
 
 private:
@@ -96,7 +93,6 @@ private:
         return send_(applicationPipe_.c_str(), message, payload.data(), static_cast<std::int32_t>(payload.size()));
     }
 
-    std::string runtime_;
     std::string filterPipe_;
     std::string applicationPipe_;
     std::int32_t (*send_)(const char*, std::int32_t, const void*, std::int32_t) = nullptr;
@@ -118,12 +114,6 @@ void OnPaperSourceEnd(void*)
 
 Channel::Channel()
 {
-    char pattern[] = "/tmp/qxiclbench-XXXXXX";
-    if (::mkdtemp(pattern) == nullptr) {
-        return;
-    }
-    runtime_ = pattern;
-    ::setenv("XDG_RUNTIME_DIR", pattern, 1);
     void* library = ::dlopen(QXICL_PATH, RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
         return;

@@ -10,11 +10,11 @@ namespace qxicl {
 
 enum SendStatus : std::int32_t {
     kSent = 0,
-    kNoPeer = 1,        // no endpoint of that name, nobody listening, or the folder is not private
+    kNoPeer = 1,        // no endpoint of that name, or one held by a process this one may not trust
     kWriteFailed = 2,   // the peer went away or stopped reading during the write
     kBadArguments = 3,  // a refused name, a negative or too large size, a missing payload
 };
 
-SendStatus SendFrame(const std::string& socketPath, std::int32_t message, const void* payload, std::uint32_t size);
+SendStatus SendFrame(const std::string& pipeName, std::int32_t message, const void* payload, std::uint32_t size);
 
 }  // namespace qxicl

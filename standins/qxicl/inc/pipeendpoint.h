@@ -1,4 +1,4 @@
-// One started pipe: the listening socket file and the thread that receives on it. The thread takes
+// One started pipe: the listening socket and the thread that receives on it. The thread takes
 // one connection at a time and reads its frames to the end before it accepts the next, which keeps
 // the messages of a sender in order; each message goes to the handler registered for its number.
 #pragma once
@@ -23,19 +23,19 @@ inline constexpr std::size_t kDeliveryZeroTail = 4;
 
 class PipeEndpoint : public std::enable_shared_from_this<PipeEndpoint> {
 public:
-    // Binds the socket file and starts the receive thread; null when the file cannot be bound.
-    static std::shared_ptr<PipeEndpoint> Start(const std::string& socketPath, std::shared_ptr<HandlerTable> handlers);
+    // Binds the pipe's endpoint and starts the receive thread; null when the name is taken.
+    static std::shared_ptr<PipeEndpoint> Start(const std::string& pipeName, std::shared_ptr<HandlerTable> handlers);
 
     PipeEndpoint(const PipeEndpoint&) = delete;
     PipeEndpoint& operator=(const PipeEndpoint&) = delete;
     ~PipeEndpoint();
 
-    // Removes the socket file and ends the receive thread: joined from any other thread, left to
+    // Refuses new connections and ends the receive thread: joined from any other thread, left to
     // end on its own when a handler stops its own pipe. A second call does nothing.
     void Stop();
 
 private:
-    PipeEndpoint(std::string socketPath, UniqueFd listener, UniqueFd wake, std::shared_ptr<HandlerTable> handlers);
+    PipeEndpoint(UniqueFd listener, UniqueFd wake, std::shared_ptr<HandlerTable> handlers);
 
     void Run();
     bool WaitForConnection() const;
@@ -44,7 +44,6 @@ private:
     void PrepareBuffer(std::uint32_t payloadSize);
     void Deliver(std::int32_t message);
 
-    const std::string m_socketPath;
     UniqueFd m_listener;
     const UniqueFd m_wake;
     const std::shared_ptr<HandlerTable> m_handlers;

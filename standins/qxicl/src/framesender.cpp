@@ -7,6 +7,7 @@
 
 #include "frameheader.h"
 #include "localsocket.h"
+#include "trustedpeer.h"
 
 namespace qxicl {
 
@@ -42,10 +43,10 @@ bool SendAll(int connection, iovec* parts, std::size_t count)
 
 }  // namespace
 
-SendStatus SendFrame(const std::string& socketPath, std::int32_t message, const void* payload, std::uint32_t size)
+SendStatus SendFrame(const std::string& pipeName, std::int32_t message, const void* payload, std::uint32_t size)
 {
-    const UniqueFd connection = ConnectTo(socketPath);
-    if (!connection.IsValid()) {
+    const UniqueFd connection = ConnectTo(pipeName);
+    if (!connection.IsValid() || !IsTrustedPeer(connection.Get())) {
         return kNoPeer;
     }
     FrameHeader header;

@@ -1,12 +1,11 @@
 #include "localsocket.h"
 
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 namespace qxicl {
@@ -15,17 +14,29 @@ namespace {
 
 constexpr int kListenBacklog = SOMAXCONN;
 constexpr timeval kSendTimeout = {10, 0};
+// Every endpoint of the library lives under this prefix of the abstract namespace.
+constexpr char kNamespacePrefix[] = "qxicl\\";
 
-bool MakeAddress(const std::string& path, sockaddr_un& address)
+struct Address {
+    sockaddr_un socket{};
+    socklen_t length = 0;
+};
+
+// An abstract address starts with a zero byte and is exactly as long as the length says.
+bool MakeAddress(const std::string& pipeName, Address& address)
 {
-    if (path.size() >= sizeof address.sun_path) {
+    const std::string name = std::string(1, '\0') + kNamespacePrefix + pipeName;
+    if (name.size() > sizeof address.socket.sun_path) {
+        errno = ENAMETOOLONG;
         return false;
     }
-    std::memset(&address, 0, sizeof address);
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    address.socket.sun_family = AF_UNIX;
+    std::memcpy(address.socket.sun_path, name.data(), name.size());
+    address.length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
     return true;
 }
+
+const sockaddr* Raw(const Address& address) { return reinterpret_cast<const sockaddr*>(&address.socket); }
 
 UniqueFd NewSocket(int flags)
 {
@@ -43,31 +54,16 @@ UniqueFd NewSendingSocket()
     return sender;
 }
 
-// True when path is free for a new endpoint.
-bool ClearStaleSocket(const std::string& path)
-{
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0) {
-        return errno == ENOENT;
-    }
-    if (!S_ISSOCK(status.st_mode) || ConnectTo(path).IsValid() || errno != ECONNREFUSED) {
-        return false;
-    }
-    return ::unlink(path.c_str()) == 0;
-}
-
 }  // namespace
 
-UniqueFd ConnectTo(const std::string& path)
+UniqueFd ConnectTo(const std::string& pipeName)
 {
-    sockaddr_un address;
-    if (!MakeAddress(path, address)) {
-        errno = ENAMETOOLONG;
+    Address address;
+    if (!MakeAddress(pipeName, address)) {
         return UniqueFd();
     }
     UniqueFd connection = NewSendingSocket();
-    if (connection.IsValid() &&
-        ::connect(connection.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (connection.IsValid() && ::connect(connection.Get(), Raw(address), address.length) != 0) {
         const int error = errno;
         connection.Reset();
         errno = error;
@@ -75,20 +71,15 @@ UniqueFd ConnectTo(const std::string& path)
     return connection;
 }
 
-UniqueFd ListenAt(const std::string& path)
+UniqueFd ListenAt(const std::string& pipeName)
 {
-    sockaddr_un address;
-    if (!MakeAddress(path, address) || !ClearStaleSocket(path)) {
+    Address address;
+    if (!MakeAddress(pipeName, address)) {
         return UniqueFd();
     }
     UniqueFd listener = NewSocket(SOCK_NONBLOCK);
-    if (!listener.IsValid() ||
-        ::bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        return UniqueFd();
-    }
-    // The folder is private, so the moment between bind and chmod exposes nothing.
-    if (::chmod(path.c_str(), 0600) != 0 || ::listen(listener.Get(), kListenBacklog) != 0) {
-        ::unlink(path.c_str());
+    if (!listener.IsValid() || ::bind(listener.Get(), Raw(address), address.length) != 0 ||
+        ::listen(listener.Get(), kListenBacklog) != 0) {
         return UniqueFd();
     }
     return listener;

@@ -11,31 +11,30 @@
 #include "frameheader.h"
 #include "framereader.h"
 #include "localsocket.h"
+#include "trustedpeer.h"
 
 namespace qxicl {
 
-std::shared_ptr<PipeEndpoint> PipeEndpoint::Start(const std::string& socketPath,
+std::shared_ptr<PipeEndpoint> PipeEndpoint::Start(const std::string& pipeName,
                                                   std::shared_ptr<HandlerTable> handlers)
 {
     UniqueFd wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!wake.IsValid()) {
         return nullptr;
     }
-    UniqueFd listener = ListenAt(socketPath);
+    UniqueFd listener = ListenAt(pipeName);
     if (!listener.IsValid()) {
         return nullptr;
     }
     std::shared_ptr<PipeEndpoint> endpoint(
-        new PipeEndpoint(socketPath, std::move(listener), std::move(wake), std::move(handlers)));
+        new PipeEndpoint(std::move(listener), std::move(wake), std::move(handlers)));
     // The thread keeps its endpoint alive, so a handler may stop its own pipe.
     endpoint->m_thread = std::thread([self = endpoint] { self->Run(); });
     return endpoint;
 }
 
-PipeEndpoint::PipeEndpoint(std::string socketPath, UniqueFd listener, UniqueFd wake,
-                           std::shared_ptr<HandlerTable> handlers)
-    : m_socketPath(std::move(socketPath)),
-      m_listener(std::move(listener)),
+PipeEndpoint::PipeEndpoint(UniqueFd listener, UniqueFd wake, std::shared_ptr<HandlerTable> handlers)
+    : m_listener(std::move(listener)),
       m_wake(std::move(wake)),
       m_handlers(std::move(handlers))
 {
@@ -51,8 +50,9 @@ void PipeEndpoint::Stop()
     if (m_stopping.exchange(true)) {
         return;
     }
-    // Senders find no endpoint from here on; the event stays set, so every later wait sees it.
-    ::unlink(m_socketPath.c_str());
+    // Senders are refused from here on, though the name stays taken until the listener closes; the
+    // event stays set, so every later wait sees it.
+    ::shutdown(m_listener.Get(), SHUT_RDWR);
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(m_wake.Get(), &one, sizeof one);
     if (m_thread.get_id() == std::this_thread::get_id()) {
@@ -69,7 +69,7 @@ void PipeEndpoint::Run()
 {
     while (WaitForConnection()) {
         const UniqueFd connection(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        if (connection.IsValid() && !Serve(connection.Get())) {
+        if (connection.IsValid() && IsTrustedPeer(connection.Get()) && !Serve(connection.Get())) {
             return;
         }
     }

@@ -12,6 +12,8 @@ bool IsNameCharacter(char c)
            c == '-';
 }
 
+char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 }  // namespace
 
 std::optional<std::string> CheckedPipeName(const char* name)
@@ -25,13 +27,11 @@ std::optional<std::string> CheckedPipeName(const char* name)
         return std::nullopt;
     }
     std::string checked(name, length);
-    for (const char c : checked) {
+    for (char& c : checked) {
         if (!IsNameCharacter(c)) {
             return std::nullopt;
         }
-    }
-    if (checked == "." || checked == "..") {
-        return std::nullopt;
+        c = LowerCase(c);
     }
     return checked;
 }

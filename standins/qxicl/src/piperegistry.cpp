@@ -1,8 +1,5 @@
 #include "piperegistry.h"
 
-#include <vector>
-
-#include "privatefolder.h"
 
 namespace qxicl {
 
@@ -30,12 +27,7 @@ void PipeRegistry::Start(const std::string& name)
     if (m_endpoints.count(name) != 0) {
         return;
     }
-    const std::optional<PrivateFolder> folder = PrivateFolder::Open(true);
-    const std::optional<std::string> socketPath = folder ? folder->SocketPath(name) : std::nullopt;
-    if (!socketPath) {
-        return;
-    }
-    std::shared_ptr<PipeEndpoint> endpoint = PipeEndpoint::Start(*socketPath, HandlersLocked(name));
+    std::shared_ptr<PipeEndpoint> endpoint = PipeEndpoint::Start(name, HandlersLocked(name));
     if (endpoint) {
         m_endpoints.emplace(name, std::move(endpoint));
     }

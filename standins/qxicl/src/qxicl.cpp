@@ -1,13 +1,12 @@
 // The stand-in of the driver's closed communication library "qxicl.dll": one receiving endpoint per
-// pipe name, a Unix domain socket in a folder private to the user, and handlers called on the
-// library's own thread. No export lets an exception out to its C callers.
+// pipe name, a Unix domain socket in the machine-wide abstract namespace that only trusted peers may
+// use, and handlers called on the library's own thread. No export lets an exception out to its C callers.
 #include "qxicl.h"
 
 #include "framesender.h"
 #include "frameheader.h"
 #include "pipename.h"
 #include "piperegistry.h"
-#include "privatefolder.h"
 
 using qxicl::CheckedPipeName;
 using qxicl::PipeRegistry;
@@ -40,12 +39,7 @@ std::int32_t SendPipeMessage(const char* pipeName, std::int32_t message, const v
             (payload == nullptr && size > 0)) {
             return qxicl::kBadArguments;
         }
-        const auto folder = qxicl::PrivateFolder::Open(false);
-        const auto socketPath = folder ? folder->SocketPath(*name) : std::nullopt;
-        if (!socketPath) {
-            return qxicl::kNoPeer;
-        }
-        return qxicl::SendFrame(*socketPath, message, payload, static_cast<std::uint32_t>(size));
+        return qxicl::SendFrame(*name, message, payload, static_cast<std::uint32_t>(size));
     } catch (...) {
         return qxicl::kWriteFailed;
     }
