@@ -316,7 +316,8 @@ void PackageArchive::Index()
         bool last;
         zip_uint64_t index;
     };
-    std::map<std::string, std::vector<Piece>> pieces;
+    // Keyed by the entry they make up; parts_ is a map, so the entries stay where they are.
+    std::map<PartEntry*, std::vector<Piece>> pieces;
     const zip_int64_t count = zip_get_num_entries(zip_, 0);
     items_.resize(static_cast<size_t>(std::max<zip_int64_t>(count, 0)));
     std::vector<std::string> keys(items_.size());
@@ -331,52 +332,62 @@ void PackageArchive::Index()
         if (name.empty() || name.back() == '/') {
             continue;
         }
-        if (EqualsIgnoringAsciiCase(name, kContentTypesItem)) {
-            if (contentTypesItem_) {
-                Fail(OPC_E_DUPLICATE_PART);
-            }
-            contentTypesItem_ = PartEntry{"/" + std::string(kContentTypesItem), raw, {index}, false, S_OK};
-            continue;
-        }
         const size_t slash = name.rfind('/');
         const auto piece =
             slash == std::string_view::npos || slash == 0 ? std::nullopt : PieceOf(name.substr(slash + 1));
-        const std::string partName = "/" + std::string(piece ? name.substr(0, slash) : name);
-        const std::string key = PartKey(partName);
-        keys[index] = key;
-        extensions_.insert(ExtensionOf(partName));
-        auto [entry, added] = parts_.try_emplace(key);
-        if (!added && (!piece || !entry->second.interleaved)) {
+        const std::string_view itemName = piece ? name.substr(0, slash) : name;
+        const std::string_view rawName = raw;
+        const std::string_view rawItemName = piece ? rawName.substr(0, rawName.rfind('/')) : rawName;
+        PartEntry* entry = nullptr;
+        bool added = false;
+        // The content types stream is no part, but a producer may interleave it all the same.
+        if (EqualsIgnoringAsciiCase(itemName, kContentTypesItem)) {
+            added = !contentTypesItem_;
+            if (added) {
+                contentTypesItem_.emplace().name = "/" + std::string(kContentTypesItem);
+            }
+            entry = &*contentTypesItem_;
+        } else {
+            const std::string partName = "/" + std::string(itemName);
+            keys[index] = PartKey(partName);
+            extensions_.insert(ExtensionOf(partName));
+            const auto inserted = parts_.try_emplace(keys[index]);
+            entry = &inserted.first->second;
+            added = inserted.second;
+            if (added) {
+                entry->name = partName;
+            }
+        }
+        if (!added && (!piece || !entry->interleaved)) {
             Fail(OPC_E_DUPLICATE_PART);
         }
         if (added) {
-            entry->second.name = partName;
-            entry->second.interleaved = piece.has_value();
-            const std::string_view rawName = raw;
-            entry->second.itemName = std::string(piece ? rawName.substr(0, rawName.rfind('/')) : rawName);
+            entry->interleaved = piece.has_value();
+            entry->itemName = std::string(rawItemName);
         }
         if (piece) {
-            pieces[key].push_back(Piece{piece->first, piece->second, index});
+            pieces[entry].push_back(Piece{piece->first, piece->second, index});
         } else {
-            entry->second.items.push_back(index);
+            entry->items.push_back(index);
         }
     }
-    for (auto& [key, list] : pieces) {
-        PartEntry& entry = parts_[key];
+    // A damaged part is refused only when it is read, as any other damage to a part's data is.
+    for (auto& [entry, list] : pieces) {
         std::sort(list.begin(), list.end(), [](const Piece& a, const Piece& b) { return a.number < b.number; });
         for (size_t i = 0; i < list.size(); ++i) {
-            if (list[i].number != i) {
-                entry.defect =
-                    i > 0 && list[i].number == list[i - 1].number ? OPC_E_INVALID_PIECE : OPC_E_MISSING_PIECE;
+            if (i > 0 && list[i].number == list[i - 1].number) {
+                entry->defect = OPC_E_DUPLICATE_PIECE;
+            } else if (list[i].number != i) {
+                entry->defect = OPC_E_MISSING_PIECE;
             } else if (list[i].last != (i + 1 == list.size())) {
-                entry.defect = list[i].last ? OPC_E_INVALID_PIECE : OPC_E_MISSING_PIECE;
+                entry->defect = list[i].last ? OPC_E_INVALID_PIECE : OPC_E_MISSING_PIECE;
             }
-            entry.items.push_back(list[i].index);
-            if (FAILED(entry.defect)) {
+            entry->items.push_back(list[i].index);
+            if (FAILED(entry->defect)) {
                 break;
             }
         }
-        const zip_uint64_t first = *std::min_element(entry.items.begin(), entry.items.end());
+        const zip_uint64_t first = *std::min_element(entry->items.begin(), entry->items.end());
         for (const auto& piece : list) {
             items_[piece.index].firstPiece = piece.index == first;
         }
