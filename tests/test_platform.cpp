@@ -11,8 +11,16 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
+#include <bidispl.h>
+#include <filterpipeline.h>
 #include <objbase.h>
 #include <platform/comobject.h>
+#include <platform/simulatedmachine.h>
+#include <platform/win32error.h>
+#include <printerextension.h>
+#include <xpsrassvc.h>
 #include <platform/machine.h>
 #include <platform/text.h>
 #include <windows.h>
@@ -153,25 +161,49 @@ TEST(Variant, CopiesOwnTheirTextAndReferences)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(GlobalMemory, LocksCountAndStaleHandlesFail)
+// A movable block of no bytes comes discarded; GlobalReAlloc gives it memory and takes it away.
+TEST(GlobalMemory, LocksCountDiscardedBlocksHaveNoMemoryAndStaleHandlesFail)
 {
-    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 16);
-    ASSERT_NE(block, nullptr);
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, 0);
+    EXPECT_EQ(GlobalLock(block), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_DISCARDED});
+    EXPECT_EQ(GlobalSize(block), 0u);
+    EXPECT_EQ(GlobalFlags(block), GMEM_DISCARDED);
+    ASSERT_EQ(GlobalReAlloc(block, 16, GMEM_MOVEABLE | GMEM_ZEROINIT), block);
     EXPECT_EQ(GlobalSize(block), 16u);
     auto* first = static_cast<BYTE*>(GlobalLock(block));
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(first[15], 0);
     EXPECT_EQ(GlobalLock(block), first);
+    EXPECT_EQ(GlobalFlags(block), 2u) << "two locks, not discarded";
+    for (const UINT flags : {UINT{GMEM_MOVEABLE} /* locked */, UINT{GMEM_FIXED}, UINT{GMEM_MOVEABLE | GMEM_DISCARDABLE}}) {
+        EXPECT_EQ(GlobalReAlloc(block, 0, flags), nullptr) << flags;
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER}) << flags;
+    }
     EXPECT_TRUE(GlobalUnlock(block));  // still locked once
     EXPECT_FALSE(GlobalUnlock(block));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
     EXPECT_FALSE(GlobalUnlock(block));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_LOCKED));
+    EXPECT_EQ(GlobalReAlloc(block, 0, GMEM_MOVEABLE), block);
+    EXPECT_EQ(GlobalFlags(block), GMEM_DISCARDED);
+    ComPtr<IStream> stream;  // an empty stream that a write brings back
+    ASSERT_EQ(CreateStreamOnHGlobal(block, FALSE, &stream), S_OK);
+    ULONG count = 1;
+    EXPECT_EQ(stream->Read(first, 1, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(stream->Write("x", 1, &count), S_OK);
+    EXPECT_EQ(GlobalFlags(block), 0u);
+    stream.Reset();
     EXPECT_EQ(GlobalFree(block), nullptr);
 
     EXPECT_EQ(GlobalLock(block), nullptr);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(GlobalFlags(block), GMEM_INVALID_HANDLE);
     EXPECT_EQ(GlobalFree(block), block);
+    block = GlobalAlloc(GMEM_FIXED, 0);
+    EXPECT_EQ(GlobalSize(block), 1u) << "a fixed block is never empty";
+    GlobalFree(block);
 }
 
 TEST(StreamOnHGlobal, ReadsWritesSeeksGrowsAndFreesItsBlockOnlyWhenAsked)
@@ -229,6 +261,91 @@ TEST(Com, ActivationNeedsAnApartment)
     EXPECT_EQ(CoCreateInstance(unknown, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), REGDB_E_CLASSNOTREG);
     CoUninitialize();
     CoUninitialize();
+}
+
+std::string GuidText(REFGUID id)
+{
+    char text[40];
+    const BYTE* d = id.Data4;
+    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id.Data1, id.Data2, id.Data3,
+                  d[0], d[1], d[2], d[3], d[4], d[5], d[6], d[7]);
+    return text;
+}
+
+TEST(Interfaces, CarryTheIdentifiersOfTheWindowsHeaders)
+{
+    const std::pair<const GUID&, const char*> cases[] = {
+        {IID_IUnknown, "{00000000-0000-0000-C000-000000000046}"}, {IID_IDispatch, "{00020400-0000-0000-C000-000000000046}"},
+        {IID_IClassFactory, "{00000001-0000-0000-C000-000000000046}"}, {IID_IStream, "{0000000C-0000-0000-C000-000000000046}"},
+        {IID_IErrorInfo, "{1CF2B120-547D-101B-8E65-08002B2BD119}"}, {IID_ISequentialStream, "{0C733A30-2A1C-11CE-ADE5-00AA0044773D}"},
+        {IID_IPrinterPropertyBag, "{FEA77364-DF95-4A23-A905-019B79A8E481}"}, {IID_IBidiSpl2, "{0E8F51B8-8273-4906-8E7B-BE453FFD2E2B}"},
+        {CLSID_BidiSpl, "{2A614240-A4C5-4C33-BD87-1BC709331639}"}, {IID_IImgErrorInfo, "{2BCE4ECE-D30E-445A-9423-6829BE945AD8}"},
+        {IID_IPrintReadStream, "{4D47A67C-66CC-4430-850E-DAF466FE5BC4}"}, {IID_IPrintWriteStream, "{65BB7F1B-371E-4571-8AC7-912F510C1A38}"},
+        {IID_IInterFilterCommunicator, "{4DAF1E69-81FD-462D-940F-8CD3DDF56FCA}"},
+        {IID_IPrintPipelinePropertyBag, "{8B8C99DC-7892-4A95-8A04-57422E9FBB47}"},
+        {IID_IPrintPipelineManagerControl, "{AA3E4910-5889-4681-91EF-823AD4ED4E44}"},
+        {IID_IPrintPipelineProgressReport, "{EDC12C7C-ED40-4EA5-96A6-5E4397497A61}"},
+        {IID_IPrintPipelineFilter, "{CDB62FC0-8BED-434E-86FB-A2CAE55F19EA}"},
+        {IID_IXpsRasterizerNotificationCallback, "{9AB8FD0D-CB94-49C2-9CB0-97EC1D5469D2}"},
+        {CLSID_XpsOMObjectFactory, "{E974D26D-3D9B-4D47-88CC-3872F2DC3585}"},
+        {IID_IXpsOMObjectFactory, "{F9B2A685-A50D-4FC2-B764-B56E093EA0CA}"},
+    };
+    for (const auto& [id, text] : cases) {
+        EXPECT_EQ(GuidText(id), text);
+    }
+}
+
+struct DeveloperReason : platform::ComObject<DeveloperReason, IImgErrorInfo> {
+    HRESULT GetDeveloperDescription(BSTR*) override { return S_OK; }
+};
+
+// An object answers for the interfaces its interface derives from, and E_NOTIMPL for the methods
+// it leaves out.
+TEST(Interfaces, ObjectsAnswerForTheirBasesAndLeaveTheRestNotImplemented)
+{
+    platform::PrinterDescription printer{L"QX Interfaces"};
+    printer.driverPropertyBag.emplace();
+    platform::SimulatedMachine::AddPrinter(printer);
+    ComPtr<IPrinterPropertyBag> bag;
+    bag.Attach(platform::SimulatedMachine::NewDriverPropertyBag(printer.name));
+    ComPtr<IImgErrorInfo> reason;
+    reason.Attach(platform::MakeComObject<DeveloperReason>());
+    const std::tuple<IUnknown*, const IID&, HRESULT> cases[] = {
+        {bag.Get(), IID_IDispatch, S_OK},       {bag.Get(), IID_IErrorInfo, E_NOINTERFACE},
+        {reason.Get(), IID_IErrorInfo, S_OK},   {reason.Get(), IID_IDispatch, E_NOINTERFACE},
+    };
+    for (const auto& [object, iid, expected] : cases) {
+        ComPtr<IUnknown> answer;
+        EXPECT_EQ(object->QueryInterface(iid, &answer), expected) << GuidText(iid);
+    }
+    UINT count = 0;
+    EXPECT_EQ(bag->GetTypeInfoCount(&count), E_NOTIMPL);
+    EXPECT_EQ(bag->GetReadStream(nullptr, nullptr), E_NOTIMPL);
+    EXPECT_EQ(reason->GetExceptionId(nullptr), E_NOTIMPL);
+    EXPECT_EQ(reason->GetHelpContext(nullptr), E_NOTIMPL);
+}
+
+// A full quota or an oversized file is a full disk to Windows, and an I/O failure never a bad parameter.
+TEST(Win32Errors, HostFailuresReadAsWindowsReportsThem)
+{
+    const std::pair<int, DWORD> cases[] = {
+        {ENOENT, ERROR_FILE_NOT_FOUND}, {ENOTDIR, ERROR_PATH_NOT_FOUND}, {EACCES, ERROR_ACCESS_DENIED},
+        {EPERM, ERROR_ACCESS_DENIED},   {EROFS, ERROR_WRITE_PROTECT},    {ENOSPC, ERROR_DISK_FULL},
+        {EDQUOT, ERROR_DISK_FULL},      {EFBIG, ERROR_DISK_FULL},        {EEXIST, ERROR_FILE_EXISTS},
+        {EIO, ERROR_IO_DEVICE},         {EPIPE, ERROR_NO_DATA},          {ENOLINK, ERROR_GEN_FAILURE},
+    };
+    for (const auto& [error, expected] : cases) {
+        EXPECT_EQ(platform::Win32ErrorOf(error), expected) << error;
+    }
+    const fs::path full = fs::path(platform::MachineRoot()) / "C" / "full";  // /dev/full refuses writes: ENOSPC
+    fs::create_directories(full.parent_path());
+    std::error_code linked;
+    fs::create_symlink("/dev/full", full, linked);
+    const HANDLE file = CreateFileW(L"C:\\full", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    DWORD written = 1;
+    EXPECT_TRUE(linked || (!WriteFile(file, "x", 1, &written, nullptr) && GetLastError() == ERROR_DISK_FULL));
+    CloseHandle(file);
+    fs::remove(full);
 }
 
 TEST(Mutex, IsRecursiveForItsOwnerAndExclusiveForOthers)

@@ -3,9 +3,31 @@
 
 #include "objbase.h"
 
-struct IImgErrorInfo : IUnknown {
+// Everything an IImgErrorInfo holds, handed over at once by DetachErrorInfo.
+struct ImgErrorInfo {
+    BSTR description;
+    GUID guid;
+    DWORD helpContext;
+    BSTR helpFile;
+    BSTR source;
+    BSTR devDescription;
+    GUID errorID;
+    ULONG cUserParameters;
+    BSTR* aUserParameters;
+    BSTR userFallback;
+    DWORD exceptionID;
+};
+
+struct IImgErrorInfo : IErrorInfo {
+    using BaseInterface = IErrorInfo;
     static constexpr IID iid = {0x2BCE4ECE, 0xD30E, 0x445A, {0x94, 0x23, 0x68, 0x29, 0xBE, 0x94, 0x5A, 0xD8}};
     virtual HRESULT GetDeveloperDescription(BSTR* pbstrDevDescription) = 0;
+    virtual HRESULT GetUserErrorId(GUID* pErrorId) = 0;
+    virtual HRESULT GetUserParameterCount(ULONG* pcUserParams) = 0;
+    virtual HRESULT GetUserParameter(ULONG cParam, BSTR* pbstrParam) = 0;
+    virtual HRESULT GetUserFallback(BSTR* pbstrFallback) = 0;
+    virtual HRESULT GetExceptionId(DWORD* pExceptionId) = 0;
+    virtual HRESULT DetachErrorInfo(ImgErrorInfo* pErrorInfo) = 0;
 };
 
 struct IPrintReadStream : IUnknown {
@@ -59,6 +81,7 @@ struct IPrintPipelineFilter : IUnknown {
     virtual HRESULT StartOperation() = 0;
 };
 
+inline constexpr const IID& IID_IImgErrorInfo = IImgErrorInfo::iid;
 inline constexpr const IID& IID_IPrintReadStream = IPrintReadStream::iid;
 inline constexpr const IID& IID_IPrintWriteStream = IPrintWriteStream::iid;
 inline constexpr const IID& IID_IInterFilterCommunicator = IInterFilterCommunicator::iid;

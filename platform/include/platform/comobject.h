@@ -6,11 +6,12 @@
 #include <utility>
 
 #include "../unknwn.h"
+#include "notimplemented.h"
 
 namespace platform {
 
 template <class Derived, class... Interfaces>
-class ComObject : public Interfaces... {
+class ComObject : public NotImplemented<Interfaces>... {
 public:
     HRESULT QueryInterface(REFIID riid, void** object) override
     {
