@@ -251,6 +251,42 @@ TEST_F(Dom, SelectionPropertiesFollowMsxml6)
     EXPECT_EQ(set(L"NoSuchProperty", Variant::Int(1)), E_FAIL);
 }
 
+TEST_F(Dom, InterfacesAreDualAndAnswerENotImplForWhatIsNotCarriedOut)
+{
+    const CLSID windows = {0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}};
+    EXPECT_TRUE(IsEqualGUID(CLSID_DOMDocument60, windows));
+    LoadTicket(kTicket);
+    ComPtr<IXMLDOMElement> root = Root();
+    ComPtr<IXMLDOMNodeList> list;
+    ComPtr<IXMLDOMNamedNodeMap> map;
+    ComPtr<IXMLDOMParseError> error;
+    ComPtr<IXMLDOMText> text;
+    ASSERT_EQ(root->get_childNodes(&list), S_OK);
+    ASSERT_EQ(root->get_attributes(&map), S_OK);
+    ASSERT_EQ(doc_->get_parseError(&error), S_OK);
+    ASSERT_EQ(doc_->createTextNode(Bstr(L"t"), &text), S_OK);
+    IUnknown* const objects[] = {doc_.Get(), root.Get(), list.Get(), map.Get(), error.Get(), text.Get()};
+    for (IUnknown* object : objects) {
+        ComPtr<IDispatch> dispatch;
+        ASSERT_EQ(object->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(dispatch.GetAddressOf())), S_OK);
+        UINT count = 0;
+        EXPECT_EQ(dispatch->GetTypeInfoCount(&count), E_NOTIMPL);
+    }
+    ComPtr<IUnknown> unknown;
+    Bstr xml;
+    const std::pair<const char*, HRESULT> cases[] = {
+        {"save", doc_->save(Variant::Text(L"C:\\Tickets\\out.xml"))},
+        {"transformNode", root->transformNode(doc_.Get(), xml.Out())},
+        {"normalize", root->normalize()},
+        {"_newEnum", list->get__newEnum(&unknown)},
+        {"removeNamedItem", map->removeNamedItem(Bstr(L"version"), nullptr)},
+        {"splitText", text->splitText(0, nullptr)},
+    };
+    for (const auto& [what, hr] : cases) {
+        EXPECT_EQ(hr, E_NOTIMPL) << what;
+    }
+}
+
 TEST_F(Dom, LoadsStreamsReadToTheirEndInTheEncodingTheyDeclare)
 {
     VARIANT_BOOL ok = VARIANT_FALSE;

@@ -16,7 +16,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-class ParseError final : public ComObject<ParseError, IXMLDOMParseError> {
+class ParseError final : public ComObject<ParseError, NoLateBinding<IXMLDOMParseError>> {
 public:
     explicit ParseError(std::optional<ParseFailure> failure) : failure_(std::move(failure)) {}
 
@@ -281,6 +281,33 @@ public:
     {
         return Guarded([&] { return GetProperty(name, value); });
     }
+
+    // Document types, fragments, entity references, IDs, saving, validation, schemas and events
+    // are not carried out; nor is an asynchronous load, so there is nothing to abort or wait for.
+    HRESULT get_doctype(IXMLDOMDocumentType**) override { return E_NOTIMPL; }
+    HRESULT get_implementation(IXMLDOMImplementation**) override { return E_NOTIMPL; }
+    HRESULT putref_documentElement(IXMLDOMElement*) override { return E_NOTIMPL; }
+    HRESULT createDocumentFragment(IXMLDOMDocumentFragment**) override { return E_NOTIMPL; }
+    HRESULT createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
+    HRESULT createProcessingInstruction(BSTR, BSTR, IXMLDOMProcessingInstruction**) override { return E_NOTIMPL; }
+    HRESULT createEntityReference(BSTR, IXMLDOMEntityReference**) override { return E_NOTIMPL; }
+    HRESULT getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
+    HRESULT nodeFromID(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    HRESULT get_readyState(long*) override { return E_NOTIMPL; }
+    HRESULT get_url(BSTR*) override { return E_NOTIMPL; }
+    HRESULT abort() override { return E_NOTIMPL; }
+    HRESULT save(VARIANT) override { return E_NOTIMPL; }
+    HRESULT get_validateOnParse(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT put_validateOnParse(VARIANT_BOOL) override { return E_NOTIMPL; }
+    HRESULT get_resolveExternals(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT put_resolveExternals(VARIANT_BOOL) override { return E_NOTIMPL; }
+    HRESULT put_onreadystatechange(VARIANT) override { return E_NOTIMPL; }
+    HRESULT put_ondataavailable(VARIANT) override { return E_NOTIMPL; }
+    HRESULT put_ontransformnode(VARIANT) override { return E_NOTIMPL; }
+    HRESULT get_namespaces(IXMLDOMSchemaCollection**) override { return E_NOTIMPL; }
+    HRESULT get_schemas(VARIANT*) override { return E_NOTIMPL; }
+    HRESULT putref_schemas(VARIANT) override { return E_NOTIMPL; }
+    HRESULT validate(IXMLDOMParseError**) override { return E_NOTIMPL; }
 
 protected:
     IXMLDOMDocument2* Owner() override { return this; }

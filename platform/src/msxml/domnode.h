@@ -72,6 +72,17 @@ HRESULT Guarded(F&& body, const char* method = __builtin_FUNCTION()) noexcept
     }
 }
 
+// IDispatch for the DOM's dual interfaces. Nothing in this system binds late, so there is no type
+// information to give and no name to dispatch on.
+template <class Interface>
+class NoLateBinding : public Interface {
+public:
+    HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override { return E_NOTIMPL; }
+};
+
 namespace ops {
 
 HRESULT NodeName(const NodeRef& self, BSTR* name);
@@ -126,7 +137,7 @@ HRESULT Length(const NodeRef& self, long* length);
 
 // IXMLDOMNode for a class implementing Interface (IXMLDOMNode or an interface derived from it).
 template <class Derived, class Interface>
-class NodeObject : public ComObject<Derived, Interface, INodeAccess> {
+class NodeObject : public ComObject<Derived, NoLateBinding<Interface>, INodeAccess> {
 public:
     NodeRef Ref() override { return ref_; }
 
@@ -214,6 +225,15 @@ public:
     HRESULT get_prefix(BSTR* prefix) override { return Guarded([&] { return ops::Prefix(ref_, prefix); }); }
     HRESULT get_baseName(BSTR* name) override { return Guarded([&] { return ops::BaseName(ref_, name); }); }
 
+    // Schema definitions, typed writes, XSLT and parse progress are not carried out.
+    HRESULT get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
+    HRESULT put_nodeTypedValue(VARIANT) override { return E_NOTIMPL; }
+    HRESULT put_dataType(BSTR) override { return E_NOTIMPL; }
+    HRESULT transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
+    HRESULT get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT transformNodeToObject(IXMLDOMNode*, VARIANT) override { return E_NOTIMPL; }
+
 protected:
     // owner: the document object, referenced for the node's lifetime; null for the document itself.
     NodeObject(NodeRef ref, IXMLDOMDocument2* owner) : ref_(std::move(ref)), owner_(owner) {}
@@ -232,9 +252,24 @@ public:
     HRESULT get_data(BSTR* data) override { return Guarded([&] { return ops::Data(this->ref_, data); }); }
     HRESULT put_data(BSTR data) override { return Guarded([&] { return ops::PutData(this->ref_, data); }); }
     HRESULT get_length(long* length) override { return Guarded([&] { return ops::Length(this->ref_, length); }); }
+    HRESULT substringData(long, long, BSTR*) override { return E_NOTIMPL; }
+    HRESULT appendData(BSTR) override { return E_NOTIMPL; }
+    HRESULT insertData(long, BSTR) override { return E_NOTIMPL; }
+    HRESULT deleteData(long, long) override { return E_NOTIMPL; }
+    HRESULT replaceData(long, long, BSTR) override { return E_NOTIMPL; }
 
 protected:
     using NodeObject<Derived, Interface>::NodeObject;
+};
+
+// IXMLDOMText (text and CDATA sections) on top of CharacterDataObject.
+template <class Derived, class Interface>
+class TextObject : public CharacterDataObject<Derived, Interface> {
+public:
+    HRESULT splitText(long, IXMLDOMText**) override { return E_NOTIMPL; }
+
+protected:
+    using CharacterDataObject<Derived, Interface>::CharacterDataObject;
 };
 
 }  // namespace platform::msxml

@@ -39,6 +39,7 @@ public:
     {
         return Guarded([&] { return ops::GetElementsByTagName(ref_, Owner(), tagName, list); });
     }
+    HRESULT normalize() override { return E_NOTIMPL; }
 };
 
 // Attributes, and namespace nodes, which MSXML presents as the attributes "xmlns:prefix".
@@ -51,14 +52,14 @@ public:
     HRESULT put_value(VARIANT value) override { return Guarded([&] { return ops::PutNodeValue(ref_, value); }); }
 };
 
-class TextNode final : public CharacterDataObject<TextNode, IXMLDOMText> {
+class TextNode final : public TextObject<TextNode, IXMLDOMText> {
 public:
-    TextNode(NodeRef ref, IXMLDOMDocument2* owner) : CharacterDataObject(std::move(ref), owner) {}
+    TextNode(NodeRef ref, IXMLDOMDocument2* owner) : TextObject(std::move(ref), owner) {}
 };
 
-class CDataSectionNode final : public CharacterDataObject<CDataSectionNode, IXMLDOMCDATASection> {
+class CDataSectionNode final : public TextObject<CDataSectionNode, IXMLDOMCDATASection> {
 public:
-    CDataSectionNode(NodeRef ref, IXMLDOMDocument2* owner) : CharacterDataObject(std::move(ref), owner) {}
+    CDataSectionNode(NodeRef ref, IXMLDOMDocument2* owner) : TextObject(std::move(ref), owner) {}
 };
 
 class CommentNode final : public CharacterDataObject<CommentNode, IXMLDOMComment> {

@@ -32,7 +32,7 @@ HRESULT LengthOf(const std::vector<NodeRef>& nodes, long* length)
 // The list and the map are walked with nextNode by position, which stays safe when the nodes
 // change between calls.
 template <class Derived, class Interface>
-class NodeSequence : public ComObject<Derived, Interface> {
+class NodeSequence : public ComObject<Derived, NoLateBinding<Interface>> {
 public:
     HRESULT get_item(long index, IXMLDOMNode** item) override
     {
@@ -57,6 +57,7 @@ public:
         cursor_ = 0;
         return S_OK;
     }
+    HRESULT get__newEnum(IUnknown**) override { return E_NOTIMPL; }
 
 protected:
     explicit NodeSequence(IXMLDOMDocument2* owner) : owner_(owner) {}
@@ -121,6 +122,10 @@ public:
             return Find(item, [&](const NodeRef& ref) { return NodeNameOf(ref) == wanted; });
         });
     }
+    // The map is read-only here: attributes change through the element.
+    HRESULT setNamedItem(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
+    HRESULT removeNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    HRESULT removeQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
     HRESULT getQualifiedItem(BSTR baseName, BSTR namespaceURI, IXMLDOMNode** item) override
     {
         return Guarded([&] {
