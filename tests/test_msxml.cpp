@@ -391,24 +391,41 @@ TEST_F(Dom, ExternalEntitiesAndDtdsAreNeverFetched)
     EXPECT_EQ(TextOf(doc_.Get()), L"ainnerb") << "an internal entity still reads as its text";
 }
 
-TEST_F(Dom, NestingDeeperThanTheLimitIsRefused)
+TEST_F(Dom, LoadsWhatMsxml6LoadsAndRefusesWhatItRefuses)
 {
     const auto nested = [](std::size_t depth) {
-        std::wstring text;
+        std::wstring open, close;
         for (std::size_t i = 0; i < depth; ++i) {
-            text += L"<e>";
+            open += L"<e>";
+            close += L"</e>";
         }
-        for (std::size_t i = 0; i < depth; ++i) {
-            text += L"</e>";
-        }
-        return text;
+        return open + close;
     };
-    EXPECT_EQ(LoadXml(nested(256)), S_OK);
-    EXPECT_EQ(LoadXml(nested(257)), S_FALSE);
-    EXPECT_EQ(LoadXml(nested(100000)), S_FALSE);
-    ASSERT_EQ(doc_->setProperty(Bstr(L"MaxElementDepth"), Variant::Int(10)), S_OK);
-    EXPECT_EQ(LoadXml(nested(10)), S_OK);
-    EXPECT_EQ(LoadXml(nested(11)), S_FALSE);
+    const std::wstring overTenMegabytes(10u << 20 | 1, L'x');
+    std::wstring references;  // 20000 times 4 KB: more than a document may have
+    for (int i = 0; i < 20000; ++i) {
+        references += L"&a;";
+    }
+    const std::wstring entities =
+        L"<!DOCTYPE r [<!ENTITY a '" + std::wstring(4096, L'a') + L"'><!ENTITY c '" + references + L"'>]>";
+    const std::vector<std::tuple<const char*, long, std::wstring, HRESULT>> cases{
+        {"blank before the namespace name", 256, L"<p:r xmlns:p=' " + kPsk + L"'/>", S_OK},
+        {"blank after the namespace name", 256, L"<r xmlns='" + kPsk + L" '/>", S_OK},
+        {"text over 10 MB", 256, L"<r>" + overTenMegabytes + L"</r>", S_OK},
+        {"whitespace over 10 MB", 256, L"<r><a/>" + std::wstring(10u << 20 | 1, L' ') + L"<a/></r>", S_OK},
+        {"256 levels", 256, nested(256), S_OK},
+        {"257 levels", 256, nested(257), S_FALSE},
+        {"100000 levels", 256, nested(100000), S_FALSE},
+        {"10 levels of 10", 10, nested(10), S_OK},
+        {"11 levels of 10", 10, nested(11), S_FALSE},
+        {"entities expanding beyond a document in an attribute", 256, entities + L"<r a='&c;'/>", S_FALSE},
+        {"entities expanding beyond a document in text", 256, entities + L"<r>&c;</r>", S_FALSE},
+    };
+    ASSERT_EQ(doc_->setProperty(Bstr(L"ProhibitDTD"), Variant::Bool(false)), S_OK);
+    for (const auto& [what, depth, text, expected] : cases) {
+        ASSERT_EQ(doc_->setProperty(Bstr(L"MaxElementDepth"), Variant::Int(depth)), S_OK);
+        EXPECT_EQ(LoadXml(text), expected) << what;
+    }
     EXPECT_EQ(doc_->setProperty(Bstr(L"MaxElementDepth"), Variant::Int(-1)), E_INVALIDARG);
 }
 
@@ -462,6 +479,24 @@ TEST_F(Dom, SelectionAnswersWithMsxmlsHresults)
     EXPECT_EQ(list->get_item(3, &item), S_FALSE);
     EXPECT_EQ(Count(L"//psf:Nothing"), 0);
     EXPECT_EQ(doc_->selectNodes(Bstr(L"//x:y"), &list), E_FAIL);
+}
+
+TEST_F(Dom, ANamespaceNameIsMatchedAsWritten)
+{
+    LoadTicket(L"<psf:PrintTicket xmlns:psf='" + kPsf + L"' xmlns:psk=' " + kPsk + L"'><psk:Thing/></psf:PrintTicket>");
+    ASSERT_EQ(doc_->setProperty(Bstr(L"SelectionNamespaces"), Variant::Text(L"xmlns:psf='" + kPsf + L"' xmlns:a=' " + kPsk +
+                                                                             L"' xmlns:b='" + kPsk + L"'")),
+              S_OK);
+    const std::pair<std::wstring, HRESULT> cases[] = {
+        {L"psf:PrintTicket/a:Thing", S_OK},
+        {L"psf:PrintTicket/b:Thing", S_FALSE},
+        {L"psf:PrintTicket/namespace::*[.=' " + kPsk + L"']", S_OK},
+        {L"psf:PrintTicket/namespace::*[.='" + kPsk + L"']", S_FALSE},
+    };
+    for (const auto& [query, expected] : cases) {
+        Select(query, nullptr, expected);
+    }
+    EXPECT_EQ(Read(Select(L"//a:Thing").Get(), &IXMLDOMNode::get_namespaceURI), L" " + kPsk);
 }
 
 // ---- editing

@@ -1,8 +1,11 @@
 #include "domparser.h"
 
+#include <algorithm>
 #include <climits>
+#include <cstring>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <vector>
 
 #include <libxml/parser.h>
@@ -21,6 +24,8 @@ struct ParseState {
     bool refused = false;  // stopped by one of our own limits
     bool failed = false;
     ParseFailure failure;
+    std::size_t expandedBytes = 0;  // what the entity references met so far expand to
+    std::unordered_map<xmlEntityPtr, std::size_t> expansions;
 };
 
 xmlParserCtxtPtr ContextOf(void* ctx) { return static_cast<xmlParserCtxtPtr>(ctx); }
@@ -55,6 +60,11 @@ void OnError(void* ctx, xmlErrorPtr error)
     if (error == nullptr || error->level < XML_ERR_ERROR) {
         return;
     }
+    // A namespace name is any string to MSXML: xmlns:p=" http://..." (blank first) loads, and
+    // binds p to that string as written.
+    if (error->domain == XML_FROM_NAMESPACE && (error->code == XML_WAR_NS_URI || error->code == XML_WAR_NS_URI_RELATIVE)) {
+        return;
+    }
     std::wstring reason = WideOf(reinterpret_cast<const xmlChar*>(error->message));
     while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) {
         reason.pop_back();
@@ -77,6 +87,51 @@ void OnExternalSubset(void*, const xmlChar*, const xmlChar*, const xmlChar*) {}
 
 // Nothing outside the document is ever read: no external subset, no external entity.
 xmlParserInputPtr OnResolveEntity(void*, const xmlChar*, const xmlChar*) { return nullptr; }
+
+// What an entity expands to, its references included; kMaxDocumentBytes + 1 stands for "more than
+// a document may have", which a reference loop also gives.
+std::size_t ExpandedSize(ParseState& state, xmlDocPtr doc, xmlEntityPtr entity)
+{
+    constexpr std::size_t kTooLarge = kMaxDocumentBytes + 1;
+    if (const auto known = state.expansions.find(entity); known != state.expansions.end()) {
+        return known->second;
+    }
+    state.expansions[entity] = kTooLarge;
+    std::size_t size = 0;
+    const char* text = entity->content == nullptr ? "" : reinterpret_cast<const char*>(entity->content);
+    for (const char* c = text; *c != '\0' && size < kTooLarge; ++c) {
+        const char* end = c[0] == '&' && c[1] != '#' ? std::strchr(c, ';') : nullptr;
+        if (end == nullptr) {
+            ++size;
+            continue;
+        }
+        const std::string name(c + 1, end);
+        xmlEntityPtr inner = xmlGetDocEntity(doc, Xml(name));
+        size += inner == nullptr ? 0 : std::min(ExpandedSize(state, doc, inner), kTooLarge);
+        c = end;
+    }
+    return state.expansions[entity] = std::min(size, kTooLarge);
+}
+
+// Entities stay references in the tree, but reading a node's text expands them, and attribute
+// values hold them expanded. With XML_PARSE_HUGE libxml2 no longer bounds that, so the expansions
+// a document asks for are bounded here: together, no more than a document may have.
+xmlEntityPtr OnGetEntity(void* ctx, const xmlChar* name)
+{
+    ParseState& state = StateOf(ctx);
+    if (state.refused) {
+        return nullptr;
+    }
+    xmlEntityPtr entity = xmlSAX2GetEntity(ctx, name);
+    if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY) {
+        state.expandedBytes += ExpandedSize(state, ContextOf(ctx)->myDoc, entity);
+        if (state.expandedBytes > kMaxDocumentBytes) {
+            Refuse(ctx, L"Entities expand beyond the size of a document.");
+            return nullptr;
+        }
+    }
+    return entity;
+}
 
 void OnStartElement(void* ctx, const xmlChar* localName, const xmlChar* prefix, const xmlChar* uri,
                     int namespaceCount, const xmlChar** namespaces, int attributeCount, int defaultedCount,
@@ -165,12 +220,14 @@ ParseResult ParseDocument(const char* bytes, std::size_t size, SourceEncoding en
     sax->internalSubset = OnInternalSubset;
     sax->externalSubset = OnExternalSubset;
     sax->resolveEntity = OnResolveEntity;
+    sax->getEntity = OnGetEntity;
     sax->startElementNs = OnStartElement;
     sax->endElementNs = OnEndElement;
 
-    // No XML_PARSE_NOENT (entities stay references), no DTD loading or validation, no network,
-    // and no XML_PARSE_HUGE, so libxml2's own size, depth and amplification limits stay on.
-    int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+    // No XML_PARSE_NOENT (entities stay references), no DTD loading or validation, no network.
+    // XML_PARSE_HUGE, because MSXML 6 bounds neither text nor the document (MaxXMLSize 0); depth
+    // stays bounded by MaxElementDepth.
+    int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_HUGE;
     if (encoding == SourceEncoding::Utf8) {
         options |= XML_PARSE_IGNORE_ENC;
         xmlSwitchEncoding(parser.get(), XML_CHAR_ENCODING_UTF8);
