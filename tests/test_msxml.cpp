@@ -499,6 +499,59 @@ TEST_F(Dom, ANamespaceNameIsMatchedAsWritten)
     EXPECT_EQ(Read(Select(L"//a:Thing").Get(), &IXMLDOMNode::get_namespaceURI), L" " + kPsk);
 }
 
+TEST_F(Dom, DatatypedElementsGiveTypedValues)
+{
+    struct Case {
+        const wchar_t* element;
+        HRESULT expected;
+        VARTYPE type;
+        double number;
+        std::wstring text;
+        const wchar_t* dataType;  // null: VT_NULL with S_FALSE
+    };
+    const Case cases[] = {
+        {L"<v dt:dt='int'>-13</v>", S_OK, VT_I4, -13, L"", L"int"},
+        {L"<v dt:dt='INT'>7</v>", S_OK, VT_I4, 7, L"", L"int"},
+        {L"<v dt:dt='i4'> 2.5 </v>", S_OK, VT_I4, 2, L"", L"i4"},
+        {L"<dt:int>5</dt:int>", S_OK, VT_I4, 5, L"", L"int"},
+        {L"<v dt:dt='i1'>-13</v>", S_OK, VT_I1, -13, L"", L"i1"},
+        {L"<v dt:dt='ui2'>48282</v>", S_OK, VT_UI2, 48282, L"", L"ui2"},
+        {L"<v dt:dt='ui4'>949281</v>", S_OK, VT_UI4, 949281, L"", L"ui4"},
+        {L"<v dt:dt='boolean'>1</v>", S_OK, VT_BOOL, VARIANT_TRUE, L"", L"boolean"},
+        {L"<v dt:dt='boolean'>False</v>", S_OK, VT_BOOL, VARIANT_FALSE, L"", L"boolean"},
+        {L"<v dt:dt='float'>-3.71e3</v>", S_OK, VT_R8, -3710, L"", L"float"},
+        {L"<v dt:dt='r8'>0.412</v>", S_OK, VT_R8, 0.412, L"", L"r8"},
+        {L"<v dt:dt='r4'>213124.0</v>", S_OK, VT_R4, 213124, L"", L"r4"},
+        {L"<v dt:dt='ui1'>256</v>", DISP_E_OVERFLOW, VT_EMPTY, 0, L"", L"ui1"},
+        {L"<v dt:dt='int'>twelve</v>", DISP_E_TYPEMISMATCH, VT_EMPTY, 0, L"", L"int"},
+        {L"<v dt:dt='int'>1e</v>", DISP_E_TYPEMISMATCH, VT_EMPTY, 0, L"", L"int"},
+        {L"<v dt:dt='bin.hex'>fffc</v>", E_NOTIMPL, VT_EMPTY, 0, L"", L"bin.hex"},
+        {L"<v dt:dt='number'>12.44</v>", S_OK, VT_BSTR, 0, L"12.44", L"number"},
+        {L"<v dt:dt='string'> Wine </v>", S_OK, VT_BSTR, 0, L" Wine ", nullptr},
+        {L"<v dt:dt='nosuch'> Wine </v>", S_OK, VT_BSTR, 0, L"Wine", nullptr},
+        {L"<v> Wine </v>", S_OK, VT_BSTR, 0, L"Wine", nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(platform::ToUtf8(c.element));
+        LoadTicket(L"<r xmlns:dt='urn:schemas-microsoft-com:datatypes'>" + std::wstring(c.element) + L"</r>");
+        ComPtr<IXMLDOMNode> node = Select(L"r/*");
+        ASSERT_TRUE(node);
+        Variant value;
+        EXPECT_EQ(node->get_nodeTypedValue(value.Out()), c.expected);
+        const VARIANT& v = value.Get();
+        ASSERT_EQ(v.vt, c.type);
+        const double number = v.vt == VT_I1 ? v.cVal : v.vt == VT_I4 ? v.lVal : v.vt == VT_UI2 ? v.uiVal
+                            : v.vt == VT_UI4 ? v.ulVal : v.vt == VT_BOOL ? v.boolVal : v.vt == VT_R4 ? v.fltVal
+                            : v.vt == VT_R8 ? v.dblVal : 0;
+        EXPECT_EQ(number, c.number);
+        EXPECT_EQ(value.Text(), c.text);
+        Variant type;
+        EXPECT_EQ(node->get_dataType(type.Out()), c.dataType ? S_OK : S_FALSE);
+        EXPECT_EQ(type.Get().vt, c.dataType ? VT_BSTR : VT_NULL);
+        EXPECT_EQ(type.Text(), c.dataType ? c.dataType : L"");
+    }
+}
+
 // ---- editing
 
 TEST_F(Dom, ACreatedNodeDeclaresItsNamespaceUntilItIsLinkedWhereItIsInScope)

@@ -1,6 +1,10 @@
 // What a node tells about itself: names, values, text, markup, navigation and XPath selection.
 #include "domnode.h"
 
+#include <cfloat>
+#include <cmath>
+#include <cstdlib>
+
 #include <libxml/xmlsave.h>
 
 #include "domtext.h"
@@ -136,6 +140,165 @@ xmlNodePtr LastChildOf(const NodeRef& ref) { return FirstChildOf(ref) == nullptr
 
 // Attributes and namespace nodes have no siblings in the DOM.
 bool HasSiblings(const NodeRef& ref) { return !ref.isNamespace && ref.node->type != XML_ATTRIBUTE_NODE; }
+
+// A type of urn:schemas-microsoft-com:datatypes as MSXML treats it: the VARIANT type of the typed
+// value, and whether get_dataType names the type (those that only restate text go unnamed).
+struct DatatypeInfo {
+    const char* name;
+    VARTYPE typedValue;  // VT_EMPTY: a conversion not carried out here
+    bool named;
+};
+
+constexpr const char* kDatatypesUri = "urn:schemas-microsoft-com:datatypes";
+
+constexpr DatatypeInfo kDatatypes[] = {
+    {"bin.base64", VT_EMPTY, true}, {"bin.hex", VT_EMPTY, true},    {"boolean", VT_BOOL, true},
+    {"char", VT_EMPTY, true},       {"date", VT_EMPTY, true},       {"date.tz", VT_EMPTY, true},
+    {"dateTime", VT_EMPTY, true},   {"dateTime.tz", VT_EMPTY, true}, {"fixed.14.4", VT_EMPTY, true},
+    {"float", VT_R8, true},         {"i1", VT_I1, true},            {"i2", VT_I2, true},
+    {"i4", VT_I4, true},            {"i8", VT_EMPTY, true},         {"int", VT_I4, true},
+    {"number", VT_BSTR, true},      {"r4", VT_R4, true},            {"r8", VT_R8, true},
+    {"time", VT_EMPTY, true},       {"time.tz", VT_EMPTY, true},    {"ui1", VT_UI1, true},
+    {"ui2", VT_UI2, true},          {"ui4", VT_UI4, true},          {"ui8", VT_EMPTY, true},
+    {"uri", VT_BSTR, true},         {"uuid", VT_BSTR, true},        {"string", VT_BSTR, false},
+    {"nmtoken", VT_BSTR, false},    {"nmtokens", VT_BSTR, false},   {"entity", VT_BSTR, false},
+    {"entities", VT_BSTR, false},   {"enumeration", VT_BSTR, false}, {"id", VT_BSTR, false},
+    {"idref", VT_BSTR, false},      {"idrefs", VT_BSTR, false},     {"notation", VT_BSTR, false},
+};
+
+// An element is typed by its dt:dt attribute, or by being itself an element of the datatypes
+// namespace. Type names are matched regardless of case; an unknown name leaves the node untyped.
+const DatatypeInfo* DatatypeOf(const NodeRef& ref)
+{
+    if (ref.Type() != XML_ELEMENT_NODE) {
+        return nullptr;
+    }
+    const xmlNodePtr node = ref.node;
+    std::string name;
+    if (node->ns != nullptr && xmlStrEqual(node->ns->href, Xml(kDatatypesUri))) {
+        name = NameOf(node->name);
+    } else if (xmlHasNsProp(node, Xml("dt"), Xml(kDatatypesUri)) != nullptr) {
+        name = TakeXmlString(xmlGetNsProp(node, Xml("dt"), Xml(kDatatypesUri)));
+    } else {
+        return nullptr;
+    }
+    for (const DatatypeInfo& type : kDatatypes) {
+        if (xmlStrcasecmp(Xml(type.name), Xml(name)) == 0) {
+            return &type;
+        }
+    }
+    return nullptr;
+}
+
+// Text as the automation conversions read a number: blanks around it, a sign, a fraction and an
+// exponent.
+std::optional<double> NumberOf(const std::string& text)
+{
+    const std::string trimmed = Trimmed(text);
+    std::size_t i = trimmed.empty() || (trimmed[0] != '+' && trimmed[0] != '-') ? 0 : 1;
+    bool anyDigit = false;
+    const auto digits = [&] {
+        for (; i < trimmed.size() && trimmed[i] >= '0' && trimmed[i] <= '9'; ++i) {
+            anyDigit = true;
+        }
+    };
+    digits();
+    if (i < trimmed.size() && trimmed[i] == '.') {
+        ++i;
+        digits();
+    }
+    if (anyDigit && i < trimmed.size() && (trimmed[i] == 'e' || trimmed[i] == 'E')) {
+        anyDigit = false;  // the exponent needs digits of its own
+        if (++i < trimmed.size() && (trimmed[i] == '+' || trimmed[i] == '-')) {
+            ++i;
+        }
+        digits();
+    }
+    if (!anyDigit || i != trimmed.size()) {
+        return std::nullopt;
+    }
+    return std::strtod(trimmed.c_str(), nullptr);
+}
+
+// The typed value of text, converted as VariantChangeTypeEx converts a VT_BSTR in US English.
+HRESULT ConvertText(const std::string& text, VARTYPE type, VARIANT* value)
+{
+    if (type == VT_EMPTY) {
+        return E_NOTIMPL;
+    }
+    if (type == VT_BSTR) {
+        return ReturnTextVariant(text, value);
+    }
+    if (type == VT_BOOL) {
+        const std::string trimmed = Trimmed(text);
+        if (xmlStrcasecmp(Xml(trimmed), Xml("true")) == 0 || xmlStrcasecmp(Xml(trimmed), Xml("false")) == 0) {
+            value->vt = VT_BOOL;
+            value->boolVal = trimmed.size() == 4 ? VARIANT_TRUE : VARIANT_FALSE;
+            return S_OK;
+        }
+    }
+    const std::optional<double> number = NumberOf(text);
+    if (!number) {
+        return DISP_E_TYPEMISMATCH;
+    }
+    const double whole = std::nearbyint(*number);  // halves go to the even neighbour
+    const auto fits = [&](double low, double high) { return whole >= low && whole <= high; };
+    switch (type) {
+    case VT_BOOL: value->boolVal = *number != 0 ? VARIANT_TRUE : VARIANT_FALSE; break;
+    case VT_R8:
+        if (!std::isfinite(*number)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->dblVal = *number;
+        break;
+    case VT_R4:
+        if (!(std::fabs(*number) <= FLT_MAX)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->fltVal = static_cast<float>(*number);
+        break;
+    case VT_I1:
+        if (!fits(-128, 127)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->cVal = static_cast<CHAR>(whole);
+        break;
+    case VT_I2:
+        if (!fits(-32768, 32767)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->iVal = static_cast<SHORT>(whole);
+        break;
+    case VT_I4:
+        if (!fits(-2147483648.0, 2147483647.0)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->lVal = static_cast<LONG>(whole);
+        break;
+    case VT_UI1:
+        if (!fits(0, 255)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->bVal = static_cast<BYTE>(whole);
+        break;
+    case VT_UI2:
+        if (!fits(0, 65535)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->uiVal = static_cast<USHORT>(whole);
+        break;
+    case VT_UI4:
+        if (!fits(0, 4294967295.0)) {
+            return DISP_E_OVERFLOW;
+        }
+        value->ulVal = static_cast<ULONG>(whole);
+        break;
+    default:
+        return E_UNEXPECTED;  // not a type of the table
+    }
+    value->vt = type;
+    return S_OK;
+}
 
 HRESULT ReturnTreeNode(const NodeRef& self, xmlNodePtr node, IXMLDOMDocument2* owner, IXMLDOMNode** object)
 {
@@ -380,11 +543,30 @@ HRESULT Text(const NodeRef& self, BSTR* text) { return ReturnText(TextOf(self), 
 
 HRESULT NodeTypedValue(const NodeRef& self, VARIANT* value)
 {
-    // No node carries a datatype (dt:dt), so every typed value is the node's text.
-    return ReturnTextVariant(TextOf(self), value);
+    if (value == nullptr) {
+        return E_INVALIDARG;
+    }
+    VariantInit(value);
+    const DatatypeInfo* type = DatatypeOf(self);
+    if (type == nullptr) {
+        return ReturnTextVariant(TextOf(self), value);
+    }
+    // A typed value reads the text as written, whitespace and all.
+    return ConvertText(DescendantText(self.node), type->typedValue, value);
 }
 
-HRESULT DataType(VARIANT* dataTypeName) { return ReturnNullVariant(dataTypeName); }
+HRESULT DataType(const NodeRef& self, VARIANT* dataTypeName)
+{
+    const DatatypeInfo* type = DatatypeOf(self);
+    if (type != nullptr && type->named && dataTypeName != nullptr) {
+        return ReturnTextVariant(type->name, dataTypeName);
+    }
+    const HRESULT hr = ReturnNullVariant(dataTypeName);
+    if (dataTypeName != nullptr) {
+        dataTypeName->bstrVal = nullptr;
+    }
+    return hr;
+}
 
 HRESULT XmlText(const NodeRef& self, BSTR* xml)
 {

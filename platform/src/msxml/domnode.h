@@ -109,7 +109,7 @@ HRESULT NodeTypeString(const NodeRef& self, BSTR* typeName);
 HRESULT Text(const NodeRef& self, BSTR* text);
 HRESULT PutText(const NodeRef& self, BSTR text);
 HRESULT NodeTypedValue(const NodeRef& self, VARIANT* value);
-HRESULT DataType(VARIANT* dataTypeName);
+HRESULT DataType(const NodeRef& self, VARIANT* dataTypeName);
 HRESULT XmlText(const NodeRef& self, BSTR* xml);
 HRESULT SelectNodes(const NodeRef& self, IXMLDOMDocument2* owner, BSTR query, IXMLDOMNodeList** list);
 HRESULT SelectSingleNode(const NodeRef& self, IXMLDOMDocument2* owner, BSTR query, IXMLDOMNode** node);
@@ -211,7 +211,10 @@ public:
     {
         return Guarded([&] { return ops::NodeTypedValue(ref_, value); });
     }
-    HRESULT get_dataType(VARIANT* dataTypeName) override { return Guarded([&] { return ops::DataType(dataTypeName); }); }
+    HRESULT get_dataType(VARIANT* dataTypeName) override
+    {
+        return Guarded([&] { return ops::DataType(ref_, dataTypeName); });
+    }
     HRESULT get_xml(BSTR* xml) override { return Guarded([&] { return ops::XmlText(ref_, xml); }); }
     HRESULT selectNodes(BSTR query, IXMLDOMNodeList** list) override
     {
