@@ -116,34 +116,29 @@ TEST(CopyStream, AFailedOrShortWriteEndsTheJobWithEFail)
 
 TEST(CopyToMemoryStream, HoldsTheWholeJobAndLeavesTheInputAtItsEnd)
 {
-    for (const std::size_t size : {std::size_t{0}, std::size_t{10}}) {
-        const std::vector<BYTE> input = Pattern(size);
-        const auto reader = ReadStream::FromBytes(input);
-        const ComPtr<IStream> memory = CopyToMemoryStream(reader);
-        ASSERT_TRUE(memory);
+    const std::vector<BYTE> input = Pattern(10);
+    const auto reader = ReadStream::FromBytes(input);
+    const ComPtr<IStream> memory = CopyToMemoryStream(reader);
+    ASSERT_TRUE(memory);
 
-        std::vector<BYTE> content(32);
-        ULONG read = 0;
-        ASSERT_EQ(memory->Read(content.data(), 32, &read), S_OK);
-        content.resize(read);
-        EXPECT_EQ(content, input);
+    std::vector<BYTE> content(32);
+    ULONG read = 0;
+    ASSERT_EQ(memory->Read(content.data(), 32, &read), S_OK);
+    content.resize(read);
+    EXPECT_EQ(content, input);
 
-        BYTE byte = 0;
-        BOOL endOfFile = FALSE;
-        reader->ReadBytes(&byte, 1, &read, &endOfFile);
-        EXPECT_EQ(read, 0u);
-        EXPECT_TRUE(endOfFile);
-    }
+    BYTE byte = 0;
+    BOOL endOfFile = FALSE;
+    reader->ReadBytes(&byte, 1, &read, &endOfFile);
+    EXPECT_EQ(read, 0u);
+    EXPECT_TRUE(endOfFile);
 }
 
-// The whole-job runs fail GlobalAlloc and CreateStreamOnHGlobal; a lock that fails is only seen here.
-TEST(CopyToMemoryStream, FailsWithAnHresultWhenTheBlockCannotBeLocked)
+// An empty job's movable block of no bytes is discarded from the start, as on Windows, so it cannot
+// be locked: the copy fails with an HRESULT instead of reading into a missing block.
+TEST(CopyToMemoryStream, EmptyJobFailsWithAnHresultSinceItsBlockCannotBeLocked)
 {
-    struct NoLock : platform::Kernel32 {
-        LPVOID GlobalLock(HGLOBAL) override { return nullptr; }
-    } noLock;
-    const auto reader = ReadStream::FromBytes(Pattern(100));
-    platform::ScopedInstall<platform::IKernel32> failing(noLock);
+    const auto reader = ReadStream::FromBytes({});
     EXPECT_EQ(ThrownBy([&] { CopyToMemoryStream(reader); }), E_OUTOFMEMORY);
 }
 
