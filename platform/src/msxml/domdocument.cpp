@@ -16,7 +16,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-class ParseError final : public ComObject<ParseError, NoLateBinding<IXMLDOMParseError>> {
+class ParseError final : public ComObject<ParseError, DispatchNotImplemented<IXMLDOMParseError>> {
 public:
     explicit ParseError(std::optional<ParseFailure> failure) : failure_(std::move(failure)) {}
 

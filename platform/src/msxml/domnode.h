@@ -18,6 +18,7 @@
 
 #include "domtree.h"
 #include "platform/comobject.h"
+#include "platform/notimplemented.h"
 #include "platform/systemapi.h"
 
 namespace platform::msxml {
@@ -71,17 +72,6 @@ HRESULT Guarded(F&& body, const char* method = __builtin_FUNCTION()) noexcept
         return E_FAIL;
     }
 }
-
-// IDispatch for the DOM's dual interfaces. Nothing in this system binds late, so there is no type
-// information to give and no name to dispatch on.
-template <class Interface>
-class NoLateBinding : public Interface {
-public:
-    HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override { return E_NOTIMPL; }
-};
 
 namespace ops {
 
@@ -137,7 +127,7 @@ HRESULT Length(const NodeRef& self, long* length);
 
 // IXMLDOMNode for a class implementing Interface (IXMLDOMNode or an interface derived from it).
 template <class Derived, class Interface>
-class NodeObject : public ComObject<Derived, NoLateBinding<Interface>, INodeAccess> {
+class NodeObject : public ComObject<Derived, DispatchNotImplemented<Interface>, INodeAccess> {
 public:
     NodeRef Ref() override { return ref_; }
 

@@ -32,7 +32,7 @@ HRESULT LengthOf(const std::vector<NodeRef>& nodes, long* length)
 // The list and the map are walked with nextNode by position, which stays safe when the nodes
 // change between calls.
 template <class Derived, class Interface>
-class NodeSequence : public ComObject<Derived, NoLateBinding<Interface>> {
+class NodeSequence : public ComObject<Derived, DispatchNotImplemented<Interface>> {
 public:
     HRESULT get_item(long index, IXMLDOMNode** item) override
     {
