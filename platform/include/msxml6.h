@@ -216,7 +216,8 @@ struct IXMLDOMDocument : IXMLDOMNode {
     virtual HRESULT nodeFromID(BSTR idString, IXMLDOMNode** node) = 0;
     // xmlSource: VT_UNKNOWN/VT_DISPATCH holding an IStream (read to its end) or VT_BSTR with a
     // Windows file path. S_OK with VARIANT_TRUE, or S_FALSE with VARIANT_FALSE and a parse error.
-    // As with MSXML 6, text has no size limit and elements nest up to MaxElementDepth.
+    // As with MSXML 6, a text node has no size limit of its own and elements nest up to
+    // MaxElementDepth; unlike it, a document over 64 MB is refused.
     virtual HRESULT load(VARIANT xmlSource, VARIANT_BOOL* isSuccessful) = 0;
     virtual HRESULT get_readyState(long* value) = 0;
     virtual HRESULT get_parseError(IXMLDOMParseError** errorObj) = 0;
