@@ -845,6 +845,28 @@ std::string ReadWholeFile(const std::string& path)
     return text;
 }
 
+// The machine's files and programs are there for every user, as C:\Windows and C:\Program Files
+// are: each folder made for them is open to all whatever the umask, so a program started as the
+// job's user can enter its own folder.
+constexpr fs::perms kSharedFolder = fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
+                                    fs::perms::others_read | fs::perms::others_exec;
+constexpr fs::perms kSharedFile = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                                  fs::perms::others_read;
+
+void CreateSharedFolders(const fs::path& folder, std::error_code& error)
+{
+    fs::path made;
+    for (const fs::path& part : folder) {
+        made /= part;
+        if (fs::create_directory(made, error)) {
+            fs::permissions(made, kSharedFolder, error);
+        }
+        if (error) {
+            return;
+        }
+    }
+}
+
 void WriteFiles(const std::string& path, const std::vector<MachineFile>& files)
 {
     for (const MachineFile& file : files) {
@@ -854,7 +876,7 @@ void WriteFiles(const std::string& path, const std::vector<MachineFile>& files)
                                           "cannot write " + host + ": " + why);
         };
         std::error_code error;
-        fs::create_directories(fs::path(host).parent_path(), error);
+        CreateSharedFolders(fs::path(host).parent_path(), error);
         if (error) {
             refuse(error.message());
         }
@@ -864,6 +886,7 @@ void WriteFiles(const std::string& path, const std::vector<MachineFile>& files)
         if (!out) {
             refuse(std::strerror(errno));
         }
+        fs::permissions(host, kSharedFile, error);
     }
 }
 
@@ -881,7 +904,7 @@ void InstallPrograms(const std::string& path, const std::vector<MachineProgram>&
         if (!fs::is_regular_file(target, error)) {
             refuse("no program " + target.string());
         }
-        fs::create_directories(fs::path(host).parent_path(), error);
+        CreateSharedFolders(fs::path(host).parent_path(), error);
         fs::remove(host, error);
         fs::create_symlink(target, host, error);
         if (error) {
