@@ -334,8 +334,13 @@ TEST_F(Processes, ARootCallerRunsTheChildAsTheUsersHostAccount)
     const uid_t expected = nobody->pw_uid;
     SimulatedMachine::AddUser({L"nobody"});
     HANDLE token = SimulatedMachine::TokenFor(L"nobody");
-    // The account must reach the program and the record through the test's private root.
-    fs::permissions(testsupport::TestMachine::Get().Root(), fs::perms::others_exec, fs::perm_options::add);
+    // The account must reach the program and the record through the test's private root, whatever
+    // the umask the folders were made under.
+    const fs::path root = testsupport::TestMachine::Get().Root();
+    for (fs::path folder = Host(L"C:\\Program Files\\Probe Tools"); folder != root.parent_path() && folder.has_relative_path();
+         folder = folder.parent_path()) {
+        fs::permissions(folder, fs::perms::others_exec, fs::perm_options::add);
+    }
     std::ofstream(record_).flush();
     fs::permissions(record_, fs::perms::all);
     std::swap(token, token_);
