@@ -503,8 +503,10 @@ const DamageCase kDamageCases[] = {
              job[at + i] = static_cast<char>(job[at + i] ^ 0x5A);
          }
      }},
-    {"ContentTypesPieceMissing", Step::Sequence, OPC_E_MISSING_PIECE,
-     [](ZipParts& p) { Interleave(p, {"[Content_Types].xml"}), p.Remove("[Content_Types].xml/[1].piece"); }},
+    {"ContentTypesPieceNumberedWithALeadingZero", Step::Sequence, OPC_E_MISSING_PIECE, [](ZipParts& p) {
+         Interleave(p, {"[Content_Types].xml"});
+         p.Get("[Content_Types].xml/[1].piece").name = "[Content_Types].xml/[01].piece";
+     }},
     {"RelationshipsLastPieceMissing", Step::Sequence, OPC_E_MISSING_PIECE,
      [](ZipParts& p) { Interleave(p, {"_rels/.rels"}), p.Remove("_rels/.rels/[2].LAST.PIECE"); }},
     {"PagePieceAfterTheLast", Step::Page, OPC_E_INVALID_PIECE,

@@ -121,6 +121,10 @@ std::optional<std::pair<unsigned long, bool>> PieceOf(std::string_view segment)
     if (close == std::string::npos || close == 1 || close > 10) {
         return std::nullopt;
     }
+    // "[01]" would give piece 1 a second name.
+    if (close > 2 && lower[1] == '0') {
+        return std::nullopt;
+    }
     unsigned long number = 0;
     for (size_t i = 1; i < close; ++i) {
         if (lower[i] < '0' || lower[i] > '9') {
