@@ -22,15 +22,16 @@ HRESULT PrintTicketResource::GetStream(IStream** stream)
         if (memory == nullptr) {
             return E_OUTOFMEMORY;
         }
-        void* data = ::GlobalLock(memory);
-        if (data == nullptr) {
-            ::GlobalFree(memory);
-            return E_OUTOFMEMORY;
-        }
+        // An empty part's block is discarded from the start and cannot be locked; its stream is empty.
         if (!bytes_->empty()) {
+            void* data = ::GlobalLock(memory);
+            if (data == nullptr) {
+                ::GlobalFree(memory);
+                return E_OUTOFMEMORY;
+            }
             std::memcpy(data, bytes_->data(), bytes_->size());
+            ::GlobalUnlock(memory);
         }
-        ::GlobalUnlock(memory);
         const HRESULT hr = ::CreateStreamOnHGlobal(memory, TRUE, stream);
         if (FAILED(hr)) {
             ::GlobalFree(memory);
