@@ -1,9 +1,11 @@
 // Files of the simulated machine: the users' known folders per impersonated thread, temporary file
 // names, CreateFileW dispositions, read-only files and the Win32 errors of each call.
+#include <pwd.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 #include <regex>
 #include <set>
 #include <string>
@@ -90,6 +92,53 @@ UINT TempName(const wchar_t* folder, const wchar_t* prefix, UINT unique, std::ws
     const UINT result = GetTempFileNameW(folder, prefix, unique, buffer);
     name = buffer;
     return result;
+}
+
+struct Owner {
+    uid_t uid;
+    unsigned mode;
+    bool operator==(const Owner& other) const { return uid == other.uid && mode == other.mode; }
+};
+std::ostream& operator<<(std::ostream& out, const Owner& owner) { return out << owner.uid << " 0" << std::oct << owner.mode; }
+
+Owner OwnerOf(const std::wstring& windowsPath)
+{
+    struct stat status {};
+    ::lstat(Host(windowsPath).c_str(), &status);
+    return {status.st_uid, status.st_mode & 07777u};
+}
+
+// As Windows makes the impersonated user the owner of what a thread creates, a root host gives the
+// files and profile folders of a user with a host account to that account, whatever the umask,
+// and keeps C:\Users open to all; what the thread makes as itself stays the process's.
+TEST_F(Files, WhatAThreadCreatesAsAUserWithAHostAccountIsThatAccounts)
+{
+    const passwd* nobody = ::getpwnam("nobody");
+    if (::geteuid() != 0 || nobody == nullptr) {
+        GTEST_SKIP() << "needs root and a host account \"nobody\"";
+    }
+    const mode_t umask = ::umask(077);
+    SimulatedMachine::Replace({L"", {{L"ana"}, {L"nobody"}}, {}, {}, {}});
+    HANDLE token = SimulatedMachine::TokenFor(L"nobody");
+    ASSERT_TRUE(SetThreadToken(nullptr, token));
+    std::wstring temp;
+    const UINT number = TempName(L"C:\\Users\\nobody\\AppData\\Local\\Temp", L"job", 0, temp);
+    const HANDLE file = CreateFileW(L"C:\\Work\\mine.txt", GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+    ASSERT_TRUE(SetThreadToken(nullptr, nullptr));
+    const HANDLE own = CreateFileW(L"C:\\Work\\own.txt", GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+    ::umask(umask);
+    CloseHandle(file);
+    CloseHandle(own);
+    CloseHandle(token);
+
+    ASSERT_NE(number, 0u);
+    EXPECT_EQ(OwnerOf(L"C:\\Users"), (Owner{0, 0755}));
+    EXPECT_EQ(OwnerOf(L"C:\\Users\\nobody"), (Owner{nobody->pw_uid, 0700}));
+    EXPECT_EQ(OwnerOf(L"C:\\Users\\nobody\\AppData\\Local\\Temp"), (Owner{nobody->pw_uid, 0700}));
+    EXPECT_EQ(OwnerOf(temp), (Owner{nobody->pw_uid, 0600}));
+    EXPECT_EQ(OwnerOf(L"C:\\Work\\mine.txt").uid, nobody->pw_uid);
+    EXPECT_EQ(OwnerOf(L"C:\\Work\\own.txt").uid, 0u);
+    EXPECT_EQ(OwnerOf(L"C:\\Users\\ana"), (Owner{0, 0700})) << "no host account: the process's";
 }
 
 TEST_F(Files, TempFileNamesAreNewEmptyOwnerOnlyFilesNamedByTheirNumber)

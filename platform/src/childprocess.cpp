@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <pwd.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -13,6 +12,7 @@
 #include <csignal>
 #include <thread>
 
+#include "hostaccount.h"
 #include "win32error.h"
 
 extern char** environ;
@@ -32,34 +32,6 @@ std::vector<char*> Pointers(const std::vector<std::string>& texts)
 }
 
 DWORD StartError(int error) { return error == ENOENT ? ERROR_FILE_NOT_FOUND : Win32ErrorOf(error); }
-
-struct Account {
-    uid_t uid;
-    gid_t gid;
-    std::vector<gid_t> groups;
-};
-
-// The account to drop to: only a root caller can, and only to a user the host knows.
-std::optional<Account> AccountToRunAs(const std::string& name)
-{
-    if (::geteuid() != 0 || name.empty()) {
-        return std::nullopt;
-    }
-    passwd entry{};
-    passwd* found = nullptr;
-    std::vector<char> buffer(16384);
-    if (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-        return std::nullopt;
-    }
-    int count = 64;
-    std::vector<gid_t> groups(count);
-    if (::getgrouplist(name.c_str(), entry.pw_gid, groups.data(), &count) < 0) {
-        groups.resize(count);
-        ::getgrouplist(name.c_str(), entry.pw_gid, groups.data(), &count);
-    }
-    groups.resize(count);
-    return Account{entry.pw_uid, entry.pw_gid, groups};
-}
 
 std::variant<pid_t, DWORD> Spawn(const LaunchRequest& request, char** argv, char** envp)
 {
@@ -90,7 +62,7 @@ std::variant<pid_t, DWORD> Spawn(const LaunchRequest& request, char** argv, char
 
 // fork and exec, so that the child can give up root between them; an exec failure comes back
 // through a pipe that the exec closes.
-std::variant<pid_t, DWORD> SpawnAs(const Account& account, const LaunchRequest& request, char** argv, char** envp)
+std::variant<pid_t, DWORD> SpawnAs(const HostAccount& account, const LaunchRequest& request, char** argv, char** envp)
 {
     int report[2];
     if (::pipe2(report, O_CLOEXEC) != 0) {
@@ -169,7 +141,7 @@ std::variant<std::shared_ptr<ChildProcess>, DWORD> ChildProcess::Start(const Lau
     std::vector<char*> argv = Pointers(request.arguments);
     std::vector<char*> envp = request.environment ? Pointers(*request.environment) : std::vector<char*>();
     char** environment = request.environment ? envp.data() : environ;
-    const auto account = AccountToRunAs(request.account);
+    const auto account = HostAccountOf(request.account);
     const auto started = account ? SpawnAs(*account, request, argv.data(), environment)
                                  : Spawn(request, argv.data(), environment);
     if (const DWORD* error = std::get_if<DWORD>(&started)) {

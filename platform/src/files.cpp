@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "fileobject.h"
+#include "hostaccount.h"
 #include "platform/machine.h"
 #include "platform/systemapi.h"
 #include "win32error.h"
@@ -99,6 +100,7 @@ UINT CreateUniqueTempFile(const std::wstring& folder, LPCWSTR prefix, std::wstri
         }
         const int descriptor = ::open(path->c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
         if (descriptor >= 0) {
+            GiveToImpersonatedUser(descriptor);
             ::close(descriptor);
             return number;
         }
@@ -149,6 +151,9 @@ HANDLE Kernel32::CreateFileW(LPCWSTR fileName, DWORD access, DWORD, SECURITY_ATT
     const int descriptor = ::open(path->c_str(), OpenFlags(access, disposition), readOnly ? 0444 : 0666);
     if (descriptor < 0) {
         return Fail(errno == ENOENT ? MissingFileError(*path) : Win32ErrorOf(errno));
+    }
+    if (!exists) {
+        GiveToImpersonatedUser(descriptor);
     }
     if (readOnly && exists && Truncates(disposition)) {
         ::fchmod(descriptor, status.st_mode & 07777 & ~(S_IWUSR | S_IWGRP | S_IWOTH));

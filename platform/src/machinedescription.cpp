@@ -16,6 +16,7 @@
 #include "platform/machine.h"
 #include "platform/modulepaths.h"
 #include "platform/text.h"
+#include "machinefolders.h"
 #include "simulatedmachinestate.h"
 
 namespace platform {
@@ -845,27 +846,9 @@ std::string ReadWholeFile(const std::string& path)
     return text;
 }
 
-// The machine's files and programs are there for every user, as C:\Windows and C:\Program Files
-// are: each folder made for them is open to all whatever the umask, so a program started as the
-// job's user can enter its own folder.
-constexpr fs::perms kSharedFolder = fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
-                                    fs::perms::others_read | fs::perms::others_exec;
+// The machine's files are there for every user, as those in C:\Windows are, whatever the umask.
 constexpr fs::perms kSharedFile = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
                                   fs::perms::others_read;
-
-void CreateSharedFolders(const fs::path& folder, std::error_code& error)
-{
-    fs::path made;
-    for (const fs::path& part : folder) {
-        made /= part;
-        if (fs::create_directory(made, error)) {
-            fs::permissions(made, kSharedFolder, error);
-        }
-        if (error) {
-            return;
-        }
-    }
-}
 
 void WriteFiles(const std::string& path, const std::vector<MachineFile>& files)
 {

@@ -33,6 +33,8 @@ std::optional<RegistryKeySnapshot> SnapshotRegistryKey(const RegistryHive& hive,
 
 void ImpersonateOnThisThread(std::optional<std::wstring> user) { impersonatedUser = std::move(user); }
 
+std::optional<std::wstring> ImpersonatedUserOfThisThread() { return impersonatedUser; }
+
 void SimulatedMachine::SetRegistryValue(const RegistryHive& hive, const std::wstring& key,
                                         const std::wstring& valueName, const RegistryData& data)
 {

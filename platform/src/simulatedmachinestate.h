@@ -45,6 +45,8 @@ std::optional<RegistryKeySnapshot> SnapshotRegistryKey(const RegistryHive& hive,
 
 // Who the calling thread runs as until the next call; nothing ends the impersonation.
 void ImpersonateOnThisThread(std::optional<std::wstring> user);
+// The user the calling thread impersonates; none while it runs as the process.
+std::optional<std::wstring> ImpersonatedUserOfThisThread();
 
 // ---- the state itself, for the files of the simulated machine only
 

@@ -9,6 +9,8 @@
 #include "platform/machine.h"
 #include "platform/simulatedmachine.h"
 #include "platform/systemapi.h"
+#include "platform/text.h"
+#include "machinefolders.h"
 
 namespace platform {
 namespace {
@@ -32,15 +34,22 @@ std::optional<std::wstring> SubfolderOf(int csidl)
     }
 }
 
-bool MakeFolder(const std::wstring& windowsPath)
+// A profile is its user's own, as on Windows: its folders are open to the user alone and belong to
+// the user's host account when a root host has one, so that a program started as that user can use
+// them; C:\Users above it is open to all.
+bool MakeProfileFolder(const std::wstring& user, const std::wstring& subfolder)
 {
-    const auto host = HostPathOf(windowsPath);
-    std::error_code error;
-    if (!host) {
+    const auto users = HostPathOf(L"C:\\Users");
+    const auto host = HostPathOf(ProfileOf(user) + subfolder);
+    if (!users || !host) {
         return false;
     }
-    std::filesystem::create_directories(*host, error);
-    return std::filesystem::is_directory(*host, error);
+    std::error_code error;
+    CreateSharedFolders(*users, error);
+    if (!error) {
+        CreateOwnFolders(*users, *host, HostAccountOf(ToUtf8(user)), error);
+    }
+    return !error && std::filesystem::is_directory(*host, error);
 }
 
 bool FolderExists(const std::wstring& windowsPath)
@@ -55,7 +64,7 @@ bool FolderExists(const std::wstring& windowsPath)
 void CreateProfileFolders(const std::wstring& user)
 {
     for (const wchar_t* folder : kProfileFolders) {
-        MakeFolder(ProfileOf(user) + folder);
+        MakeProfileFolder(user, folder);
     }
 }
 
@@ -73,7 +82,7 @@ BOOL Shell32::SHGetSpecialFolderPathW(HWND, LPWSTR path, int csidl, BOOL create)
     }
     const std::wstring folder = ProfileOf(*user) + *subfolder;
     const bool wantsCreation = create != FALSE || (csidl & CSIDL_FLAG_CREATE) != 0;
-    if (!FolderExists(folder) && !(wantsCreation && MakeFolder(folder))) {
+    if (!FolderExists(folder) && !(wantsCreation && MakeProfileFolder(*user, *subfolder))) {
         ::SetLastError(ERROR_FILE_NOT_FOUND);
         return FALSE;
     }
