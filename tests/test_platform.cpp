@@ -303,7 +303,8 @@ struct DeveloperReason : platform::ComObject<DeveloperReason, IImgErrorInfo> {
 // it leaves out.
 TEST(Interfaces, ObjectsAnswerForTheirBasesAndLeaveTheRestNotImplemented)
 {
-    platform::PrinterDescription printer{L"QX Interfaces"};
+    platform::PrinterDescription printer;
+    printer.name = L"QX Interfaces";
     printer.driverPropertyBag.emplace();
     platform::SimulatedMachine::AddPrinter(printer);
     ComPtr<IPrinterPropertyBag> bag;
