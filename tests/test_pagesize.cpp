@@ -11,6 +11,7 @@
 
 #include <msxml6.h>
 #include <objbase.h>
+#include <platform/notimplemented.h>
 #include <platform/simulatedmachine.h>
 #include <wrl/client.h>
 #include <xpsobjectmodel.h>
@@ -113,7 +114,7 @@ struct CallScript {
 };
 
 template <class Interface>
-class Forwarding : public UnknownBase<Interface> {
+class Forwarding : public UnknownBase<platform::NotImplemented<Interface>> {
 public:
     Forwarding(ComPtr<Interface> real, CallScript& script) : m_real(std::move(real)), m_script(script) {}
 

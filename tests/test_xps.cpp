@@ -513,7 +513,7 @@ const DamageCase kDamageCases[] = {
      [](ZipParts& p) { Interleave(p, {XpsPageItem(0, 0)}), p.Set(XpsPageItem(0, 0) + "/[3].piece", ""); }},
     {"PageWholeAndInPieces", Step::Open, OPC_E_DUPLICATE_PART,
      [](ZipParts& p) { Interleave(p, {XpsPageItem(0, 0)}), p.Set(XpsPageItem(0, 0), PageWith("")); }},
-    {"TicketPieceDoubled", Step::TicketStream, _HRESULT_TYPEDEF_(0x80510015L),  // OPC_E_DUPLICATE_PIECE
+    {"TicketPieceDoubled", Step::TicketStream, OPC_E_DUPLICATE_PIECE,
      [](ZipParts& p) { Interleave(p, {kXpsJobTicketItem}), p.Set(kXpsJobTicketItem + "/[1].Piece", "x"); }},
 };
 

@@ -8,6 +8,7 @@
 #include "../bidispl.h"
 #include "../filterpipeline.h"
 #include "../printerextension.h"
+#include "xpsnotimplemented.h"
 
 namespace platform {
 

@@ -17,12 +17,6 @@ inline constexpr DWORD kErrorDiskFull = 112;         // ERROR_DISK_FULL
 inline constexpr DWORD kErrorFilenameTooLong = 206;  // ERROR_FILENAME_EXCED_RANGE
 inline constexpr DWORD kErrorFileTooLarge = 223;     // ERROR_FILE_TOO_LARGE
 
-// An OPC error that the public header does not name yet: the piece number of an interleaved part
-// given twice.
-#ifndef OPC_E_DUPLICATE_PIECE
-#define OPC_E_DUPLICATE_PIECE _HRESULT_TYPEDEF_(0x80510015L)
-#endif
-
 struct XpsFailure {
     HRESULT hr;
 };
