@@ -331,6 +331,44 @@ TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
     }
 }
 
+// The paper source query is one of the job's objects: its bidi connection to the printer closes in
+// the job run's clean-up, after the job's output, not when the choice is made.
+TEST_F(JobRun, ThePaperSourceQueryLastsUntilTheJobsCleanUp)
+{
+    platform::PrinterDescription printer = FilterPrinter();
+    (*printer.driverPropertyBag)[L"IsArssSupported"] = true;
+    (*printer.driverPropertyBag)[L"BidiInformation"] = true;
+    platform::PaperSource tray;
+    tray.type = L"sheetFeedAutoNonRemovableTray";
+    tray.installed = L"installed";
+    tray.width = 8418;  // A4 across, in 1/720 inch
+    tray.length = 11906;
+    printer.paperSourceAnswers = {platform::PaperSourceAnswer{{tray}, std::nullopt, 0}};
+    PrintJob job(L"ana", printer);
+    Pipeline pipeline(ReadStream::FromBytes(Job(kPreviewOff + Option(L"psk:JobInputBin", L"AutoSelect") +
+                                                 Option(L"ns0000:JobRotate", L"None"))),
+                      job.Bag());
+    struct UnbindWatch : platform::ComObjects {
+        WriteStream* output = nullptr;
+        std::vector<bool> outputClosedAtUnbind;  // the machine width query has a connection too
+        HRESULT MethodCalled(const char* method) override
+        {
+            if (std::string(method) == "UnbindDevice") {
+                outputClosedAtUnbind.push_back(output->Closed());
+            }
+            return S_OK;
+        }
+    } watch;
+    watch.output = pipeline.writer.Get();
+    platform::ScopedInstall<platform::IComObjects> watching(watch);
+    ASSERT_EQ(pipeline.Initialize(), S_OK);
+
+    EXPECT_EQ(pipeline.Start(), S_OK);
+    EXPECT_TRUE(Published(*pipeline.bag.Get(), XPS_FP_INPUTBIN)) << "the printer was asked";
+    ASSERT_FALSE(watch.outputClosedAtUnbind.empty());
+    EXPECT_TRUE(watch.outputClosedAtUnbind.back());
+}
+
 TEST_F(JobRun, AFailedWriteIsReportedToThePipeline)
 {
     PrintJob job;

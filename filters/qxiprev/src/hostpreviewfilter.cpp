@@ -176,9 +176,12 @@ void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& s
     bool ticketRead = false;
     PTSettings settings = PTManager::GetJobTicket(ticketRead, propertyBag, documentSequence.Get());
 
+    // The paper source query and its bidi connection live with the other job objects, until the
+    // job run's clean-up.
+    ArssManager arss(propertyBag.GetPrinterName());
     PrinterAttributeSettings printerAttributes(propertyBag);
     PrinterDriverProperties driverProperties(propertyBag, printerAttributes);
-    ApplyPaperSource(settings, driverProperties, propertyBag);
+    ApplyPaperSource(arss, settings, driverProperties, propertyBag);
 
     const PreviewManagerRelease release;
     PrintPreviewManager& manager = PrintPreviewManager::GetInstance();
@@ -195,10 +198,9 @@ void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& s
     }
 }
 
-void HostPreviewFilter::ApplyPaperSource(PTSettings& settings, PrinterDriverProperties& driverProperties,
-                                         PipelinePropertyBagProxy& propertyBag)
+void HostPreviewFilter::ApplyPaperSource(ArssManager& arss, PTSettings& settings,
+                                         PrinterDriverProperties& driverProperties, PipelinePropertyBagProxy& propertyBag)
 {
-    ArssManager arss(propertyBag.GetPrinterName());
     const TicketPaperSourceSettings paperSourceSettings(settings);
     if (!arss.CanQueryPaperSources(paperSourceSettings, driverProperties)) {
         return;

@@ -5,6 +5,7 @@
 #include <wrl/client.h>
 #include <xpsobjectmodel.h>
 
+#include "arssmanager.h"
 #include "filterliveness.h"
 #include "pipelinepropertybagproxy.h"
 #include "printerdriverproperties.h"
@@ -38,7 +39,7 @@ private:
     void RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& site);
     // Lets the printer's loaded paper sources choose input bin and rotation when the ticket leaves
     // them to the printer, and publishes the choice.
-    static void ApplyPaperSource(PTSettings& settings, PrinterDriverProperties& driverProperties,
+    static void ApplyPaperSource(ArssManager& arss, PTSettings& settings, PrinterDriverProperties& driverProperties,
                                  PipelinePropertyBagProxy& propertyBag);
     static void AddPrivacyProperties(PTSettings& settings, PipelinePropertyBagProxy& propertyBag);
     void RunPreview(IXpsOMPackage* package, IXpsOMDocumentSequence* documentSequence, PTSettings& settings,
