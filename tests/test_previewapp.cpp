@@ -638,6 +638,8 @@ TEST_F(PreviewAppTest, ChangeSendsTheChangesAndKeepsTheRest)
          {{kMorvikScalingMode, 3}},
          {420000, 594000, 1, 150}},
         {"percentage only", {{"QXPREVIEW_SCALING_PERCENTAGE", "75"}}, {}, {610000, 914000, 2, 75}},
+        {"nothing scripted: the tray and a quarter turn", {}, {{kMorvikInputBin, 2}, {kMorvikRotation, 1}},
+         {610000, 914000, 2, 150}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -5,7 +5,9 @@
 //                                 interactive; without it: interactive when stdin is a terminal,
 //                                 otherwise accept
 //   QXPREVIEW_EXIT_CODE           exit code of mode exit (default 2)
-//   QXPREVIEW_INPUT_BIN           mode change: new input bin value of the settings
+//   QXPREVIEW_INPUT_BIN           mode change: new input bin value of the settings (a change with
+//                                 none of the values below changes input bin to 2, the tray, and
+//                                 rotation to 1, a quarter turn, so that it always changes something)
 //   QXPREVIEW_ROTATION            mode change: new job rotation value
 //   QXPREVIEW_OUTPUT_COLOR        mode change: new output color value
 //   QXPREVIEW_SCALING_MODE        mode change: new scaling mode value

@@ -13,6 +13,9 @@ namespace {
 
 constexpr char kScriptKey[] = "QXPREVIEW_SCRIPT";
 constexpr long long kLongestTimeoutMs = 24LL * 60 * 60 * 1000;
+// What a change scripted with no values changes: the tray, and a quarter turn.
+constexpr std::int32_t kDefaultChangedInputBin = 2;
+constexpr std::int32_t kDefaultChangedRotation = 1;
 
 long long ParseNumber(const std::string& key, const std::string& value, long long lowest, long long highest)
 {
@@ -87,6 +90,10 @@ PreviewScript PreviewScript::FromEnvironment(bool stdinIsTerminal)
         script.ReadFile(path);
     }
     script.ReadEnvironment();
+    if (script.m_mode == PreviewMode::Change && !script.m_changes.Any()) {
+        script.m_changes.inputBin = kDefaultChangedInputBin;
+        script.m_changes.rotation = kDefaultChangedRotation;
+    }
     return script;
 }
 
