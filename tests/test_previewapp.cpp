@@ -658,6 +658,18 @@ TEST_F(PreviewAppTest, ChangeSendsTheChangesAndKeepsTheRest)
     }
 }
 
+// Scaling values that the scaling mode leaves unread by the filter are named as ignored.
+TEST_F(PreviewAppTest, ScalingValuesTheModeLeavesUnreadAreNamed)
+{
+    for (const auto& [mode, ignored] : {std::pair{"0", true}, std::pair{"2", false}}) {
+        const AppRun run = RunWithFilter(
+            {{"QXPREVIEW_MODE", "change"}, {"QXPREVIEW_SCALING_MODE", mode}, {"QXPREVIEW_FIT_WIDTH", "420000"}});
+        EXPECT_EQ(run.ExitCode(), 0) << run.err;
+        EXPECT_EQ(run.err.find("QXPREVIEW_FIT_WIDTH is ignored") != std::string::npos, ignored) << mode << run.err;
+        EXPECT_EQ(run.err.find("QXPREVIEW_FIT_HEIGHT"), std::string::npos) << "only what was set";
+    }
+}
+
 // ---- Misbehaving applications ------------------------------------------------------------------
 
 TEST_F(PreviewAppTest, GarbageIsAFullResultOfRandomBytes)

@@ -32,6 +32,7 @@ private:
     };
 
     int Converse(PreviewReport& report) const;
+    void WarnOfIgnoredScaling(const std::optional<MorvikSettingsRecord>& settings) const;
     Verdict Decide(const ReceivedJob& job, const std::optional<MorvikSettingsRecord>& settings,
                    const SettingsCodec& codec, PreviewReport& report) const;
     Verdict VerdictOf(PreviewMode mode, const SettingsChanges& changes, const ReceivedJob& job,

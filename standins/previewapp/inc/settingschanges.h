@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "morvikrecord.h"
 #include "previewrecords.h"
@@ -24,6 +26,9 @@ struct SettingsChanges {
     bool AnyInSettings() const;
     void ApplyTo(MorvikSettingsRecord& record) const;
     void ApplyTo(PrintPreviewResult& result) const;
+    // The filter reads the result's scaling values only under a scaling mode of 1, 2 or 3: the
+    // script variables of the values set that the job's mode, after this change, leaves unread.
+    std::vector<std::string> IgnoredScalingVariables(std::optional<std::int32_t> jobScalingMode) const;
 };
 
 }  // namespace previewapp

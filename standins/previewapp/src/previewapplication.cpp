@@ -61,6 +61,9 @@ PreviewApplication::Verdict PreviewApplication::Decide(const ReceivedJob& job,
                                                        const SettingsCodec& codec, PreviewReport& report) const
 {
     if (m_script.Mode() != PreviewMode::Interactive) {
+        if (m_script.Mode() == PreviewMode::Change) {
+            WarnOfIgnoredScaling(settings);
+        }
         return VerdictOf(m_script.Mode(), m_script.Changes(), job, codec, report);
     }
     const TerminalDialog dialog(std::cin, std::cout);
@@ -94,6 +97,18 @@ PreviewApplication::Verdict PreviewApplication::VerdictOf(PreviewMode mode, cons
         break;
     }
     return {std::nullopt, kExitPrint};
+}
+
+// A script that sets scaling values the filter will not read is told so, and what it lacks.
+void PreviewApplication::WarnOfIgnoredScaling(const std::optional<MorvikSettingsRecord>& settings) const
+{
+    const std::optional<std::int32_t> jobMode =
+        settings ? std::optional<std::int32_t>(settings->fields[kMorvikScalingMode]) : std::nullopt;
+    for (const std::string& variable : m_script.Changes().IgnoredScalingVariables(jobMode)) {
+        std::cerr << "qxpreviewapp: " << variable
+                  << " is ignored: the filter reads it only with a scaling mode of 1, 2 or 3; set "
+                     "QXPREVIEW_SCALING_MODE\n";
+    }
 }
 
 void PreviewApplication::Crash(const ReceivedJob& job, PreviewReport& report) const

@@ -12,6 +12,7 @@ struct SettingChange {
 struct ResultChange {
     std::optional<std::uint32_t> SettingsChanges::*change;
     std::uint32_t PrintPreviewResult::*field;
+    const char* variable;
 };
 
 const SettingChange kSettingChanges[] = {
@@ -22,10 +23,10 @@ const SettingChange kSettingChanges[] = {
 };
 
 const ResultChange kResultChanges[] = {
-    {&SettingsChanges::scalingPercentage, &PrintPreviewResult::scalingPercentage},
-    {&SettingsChanges::fitToPaperWidth, &PrintPreviewResult::fitToPaperWidth},
-    {&SettingsChanges::fitToPaperHeight, &PrintPreviewResult::fitToPaperHeight},
-    {&SettingsChanges::fitToPaperOption, &PrintPreviewResult::fitToPaperOption},
+    {&SettingsChanges::scalingPercentage, &PrintPreviewResult::scalingPercentage, "QXPREVIEW_SCALING_PERCENTAGE"},
+    {&SettingsChanges::fitToPaperWidth, &PrintPreviewResult::fitToPaperWidth, "QXPREVIEW_FIT_WIDTH"},
+    {&SettingsChanges::fitToPaperHeight, &PrintPreviewResult::fitToPaperHeight, "QXPREVIEW_FIT_HEIGHT"},
+    {&SettingsChanges::fitToPaperOption, &PrintPreviewResult::fitToPaperOption, "QXPREVIEW_FIT_OPTION"},
 };
 
 }  // namespace
@@ -66,6 +67,21 @@ void SettingsChanges::ApplyTo(PrintPreviewResult& result) const
             result.*entry.field = *(this->*entry.change);
         }
     }
+}
+
+std::vector<std::string> SettingsChanges::IgnoredScalingVariables(std::optional<std::int32_t> jobScalingMode) const
+{
+    const std::optional<std::int32_t> mode = scalingMode ? scalingMode : jobScalingMode;
+    if (mode && *mode >= 1 && *mode <= 3) {
+        return {};
+    }
+    std::vector<std::string> ignored;
+    for (const ResultChange& entry : kResultChanges) {
+        if ((this->*entry.change).has_value()) {
+            ignored.push_back(entry.variable);
+        }
+    }
+    return ignored;
 }
 
 }  // namespace previewapp
