@@ -53,8 +53,9 @@ ComPtr<IStream> OpenTicketStream(IXpsOMDocumentSequence* documentSequence)
     ComPtr<IXpsOMPrintTicketResource> resource;
     THROW_IF_FAILED(documentSequence->GetPrintTicketResource(&resource));
     if (resource == nullptr) {
-        // A package without a job ticket: nothing of the job's settings can be known.
-        THROW_HR(E_POINTER);
+        // A package without a job ticket still prints, with nothing of the ticket known, as
+        // when its ticket does not load.
+        return nullptr;
     }
     ComPtr<IStream> stream;
     THROW_IF_FAILED(resource->GetStream(&stream));
@@ -104,6 +105,9 @@ PTSettings PTManager::GetJobTicket(bool& ticketRead, PipelinePropertyBagProxy& p
     PublishPageCount(propertyBag, totalPages);
 
     const ComPtr<IStream> ticketStream = OpenTicketStream(documentSequence);
+    if (ticketStream == nullptr) {
+        return PTSettings(nullptr);
+    }
     const ComPtr<IXMLDOMDocument2> document = LoadTicketDocument(ticketStream.Get());
     if (document == nullptr) {
         return PTSettings(nullptr);
