@@ -645,6 +645,29 @@ TEST_F(TicketTest, ATicketWithOnlyCopiesAndSizeLeavesTheFeatureFieldsUnset)
     }
 }
 
+// The application reads the media type at byte 96 and the empty-identifier flag at byte 128; an
+// identifier's parameter without text names no custom medium.
+TEST_F(TicketTest, TheCustomMediaTypeBytesFollowTheIdentifierText)
+{
+    const std::wstring plain = Option(L"psk:PageMediaType", L"Plainpaper");
+    const struct {
+        const char* name;
+        std::wstring id;
+        std::int32_t atOffset96, atOffset128;
+    } rows[] = {{"no identifier", L"", Code(EMediaType::Plainpaper), 1},
+                {"empty identifier", Parameter(L"ns0000:PageMediaTypeId", L""), Code(EMediaType::Plainpaper), 1},
+                {"identifier", Parameter(L"ns0000:PageMediaTypeId", L"MyCanvas"), 0, 0}};
+    for (const auto& row : rows) {
+        const MorvikSettingsRecord record = Filled(Ticket(plain + row.id));
+        std::int32_t at96 = 0;
+        std::int32_t at128 = 0;
+        std::memcpy(&at96, reinterpret_cast<const unsigned char*>(&record) + 96, sizeof at96);
+        std::memcpy(&at128, reinterpret_cast<const unsigned char*>(&record) + 128, sizeof at128);
+        EXPECT_EQ(at96, row.atOffset96) << row.name;
+        EXPECT_EQ(at128, row.atOffset128) << row.name;
+    }
+}
+
 struct ConditionalRow {
     const char* name;
     std::wstring body;

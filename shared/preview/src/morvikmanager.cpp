@@ -105,7 +105,7 @@ void MorvikManager::Fill(PTSettings& settings)
     fields[kMorvikMediaSizeId] = Field(settings.GetMediaSize());
     fields[kMorvikInputBin] = Field(settings.GetInputBin());
     // A custom medium is named by its identifier; the application shows no listed type for it.
-    fields[kMorvikMediaType] = settings.HasCustomMediaTypeId() ? 0 : Field(settings.GetMediaType());
+    fields[kMorvikMediaType] = settings.NamesCustomMediaTypeId() ? 0 : Field(settings.GetMediaType());
     fields[kMorvikOutputQuality] = Field(settings.GetQuality());
     fields[kMorvikPrinterEmulation] = Field(settings.GetEmulatedPrinter());
     fields[kMorvikRemoveBlankAreas] = Field(settings.GetRemoveBlankAreas());
@@ -113,7 +113,7 @@ void MorvikManager::Fill(PTSettings& settings)
     fields[kMorvikRotation] = Field(settings.GetRotation());
     fields[kMorvikUnidirectional] = Field(settings.GetUnidirectional());
     fields[kMorvikScalingMode] = ScalingModeField(settings);
-    fields[kMorvikCustomMediaTypeEmpty] = settings.HasCustomMediaTypeId() ? 0 : 1;
+    fields[kMorvikCustomMediaTypeEmpty] = settings.NamesCustomMediaTypeId() ? 0 : 1;
     fields[kMorvikPrintQualitySettings] = Field(settings.GetPrintQualitySettings());
     fields[kMorvikCopiesNotOne] = settings.HasMultipleCopies() ? 1 : 0;
     fields[kMorvikPrivacyLevel] = settings.GetPrivacyLevelForPreview();

@@ -94,6 +94,8 @@ public:
     void GetAccountId(wchar_t* buffer, std::size_t size) const;
     void GetCustomMediaTypeName(wchar_t* buffer, std::size_t size) const;
     bool HasCustomMediaTypeId() const { return m_customMediaTypeIdFound; }
+    // A ticket may carry the identifier's parameter with no text; only a text names a custom medium.
+    bool NamesCustomMediaTypeId() const { return m_customMediaTypeIdFound && m_customMediaTypeId[0] != L'\0'; }
     bool HasCustomMediaTypeName() const { return m_customMediaTypeNameFound; }
     bool HasColorAdjustments() const { return m_colorAdjustmentsFound; }
     // 0 unless the driver let the ticket's colour adjustments count.
