@@ -311,6 +311,14 @@ TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
         {"not an XPS package", std::vector<BYTE>(5000, 'x'), [](PropertyBag&) {},
          OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY},
         {"no user token", Job(), [](PropertyBag& bag) { bag.DeleteProperty(L"UserSecurityToken"); }, E_FAIL},
+        // A job-context value of another VARIANT type must not be read as its expected payload.
+        {"driver bag as VT_I4", Job(), [](PropertyBag& bag) { bag.Set(L"DriverPropertyBag", LONG{7}); }, DISP_E_TYPEMISMATCH},
+        {"driver bag as VT_BSTR", Job(), [](PropertyBag& bag) { bag.Set(L"DriverPropertyBag", L"bag"); }, DISP_E_TYPEMISMATCH},
+        {"printer handle as VT_I4", Job(), [](PropertyBag& bag) { bag.Set(L"PrinterHandle", LONG{7}); }, DISP_E_TYPEMISMATCH},
+        {"printer handle as VT_BSTR", Job(), [](PropertyBag& bag) { bag.Set(L"PrinterHandle", L"7"); }, DISP_E_TYPEMISMATCH},
+        {"job id as VT_BSTR", Job(), [](PropertyBag& bag) { bag.Set(L"PrintJobId", L"7"); }, DISP_E_TYPEMISMATCH},
+        {"user token as VT_I4", Job(), [](PropertyBag& bag) { bag.Set(L"UserSecurityToken", LONG{7}); }, DISP_E_TYPEMISMATCH},
+        {"printer name as VT_I4", Job(), [](PropertyBag& bag) { bag.Set(L"PrinterName", LONG{7}); }, DISP_E_TYPEMISMATCH},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -319,10 +327,15 @@ TEST_F(JobRun, AFailureBeforeTheOutputIsClosedIsReportedWithItsHresult)
         row.spoil(*bag.Get());
         Pipeline pipeline(ReadStream::FromBytes(row.input), bag);
         ASSERT_EQ(pipeline.Initialize(), S_OK);
+        const LogTail log;
         const HRESULT hr = pipeline.Start();
         EXPECT_TRUE(FAILED(hr));
         if (row.expected != E_FAIL) {
             EXPECT_EQ(hr, row.expected);
+        }
+        if (row.expected == DISP_E_TYPEMISMATCH) {
+            EXPECT_TRUE(log.WaitFor(L"[ERR] [pipelinepropertybagproxy:PipelinePropertyBagProxy::"));
+            EXPECT_TRUE(log.WaitFor(L"Exception thrown because of failed hresult " + std::to_wstring(row.expected)));
         }
         EXPECT_FALSE(pipeline.writer->Closed());
         ASSERT_EQ(pipeline.control->Calls().size(), 2u);

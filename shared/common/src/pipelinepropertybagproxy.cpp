@@ -1,5 +1,6 @@
 #include "pipelinepropertybagproxy.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <new>
 
@@ -40,10 +41,32 @@ bool AddToBag(IPrintPipelinePropertyBag* bag, const std::wstring& name, const st
     return SUCCEEDED(bag->AddProperty(name.c_str(), &value));
 }
 
-// Reads a job-context property; a failed read is logged at the caller's site and thrown.
-void ReadRequired(IPrintPipelinePropertyBag* bag, const wchar_t* name, ScopedVariant& value, const LogSite& site)
+// The VARIANT types under which the pipeline may hand over each kind of job-context payload.
+const VARTYPE kObjectTypes[] = {VT_UNKNOWN, VT_DISPATCH};
+const VARTYPE kHandleTypes[] = {VT_UINT_PTR, VT_INT_PTR};
+const VARTYPE kJobIdTypes[] = {VT_UI4, VT_I4, VT_UINT, VT_INT};
+const VARTYPE kTextTypes[] = {VT_BSTR};
+
+template <std::size_t N>
+HRESULT CheckType(const ScopedVariant& value, const VARTYPE (&accepted)[N])
+{
+    for (const VARTYPE type : accepted) {
+        if (value.Get().vt == type) {
+            return S_OK;
+        }
+    }
+    // Reading the payload of another type would take a number for a pointer.
+    return DISP_E_TYPEMISMATCH;
+}
+
+// Reads a job-context property; a failed read or a payload of another type is logged at the
+// caller's site and thrown.
+template <std::size_t N>
+void ReadRequired(IPrintPipelinePropertyBag* bag, const wchar_t* name, ScopedVariant& value,
+                  const VARTYPE (&accepted)[N], const LogSite& site)
 {
     ThrowIfFailed(bag->GetProperty(name, &value), site);
+    ThrowIfFailed(CheckType(value, accepted), site);
 }
 
 }  // namespace
@@ -53,6 +76,7 @@ PipelinePropertyBagProxy::PipelinePropertyBagProxy(ComPtr<IPrintPipelineProperty
 {
     ScopedVariant driverBag;
     if (SUCCEEDED(m_pipelinePropertyBag->GetProperty(kDriverPropertyBag, &driverBag))) {
+        THROW_IF_FAILED(CheckType(driverBag, kObjectTypes));
         ComPtr<IPrinterPropertyBag> printerBag;
         IUnknown* stored = driverBag.Get().punkVal;
         THROW_IF_FAILED(stored == nullptr ? E_NOINTERFACE : stored->QueryInterface(IID_PPV_ARGS(&printerBag)));
@@ -61,7 +85,7 @@ PipelinePropertyBagProxy::PipelinePropertyBagProxy(ComPtr<IPrintPipelineProperty
     }
     // No version-4 bag: a legacy driver, whose values may ship as a file among its dependent files.
     ScopedVariant printer;
-    ReadRequired(m_pipelinePropertyBag.Get(), kPrinterHandle, printer, QX_HERE);
+    ReadRequired(m_pipelinePropertyBag.Get(), kPrinterHandle, printer, kHandleTypes, QX_HERE);
     std::wstring path;
     if (!DriverUtils::GetLDPBFile(static_cast<HANDLE>(printer.Get().byref), path)) {
         return;
@@ -166,36 +190,36 @@ IDriverPropertyBagProxy* PipelinePropertyBagProxy::GetDriverPropertyBag()
 HANDLE PipelinePropertyBagProxy::GetPrinterHandle()
 {
     ScopedVariant stored;
-    ReadRequired(m_pipelinePropertyBag.Get(), kPrinterHandle, stored, QX_HERE);
+    ReadRequired(m_pipelinePropertyBag.Get(), kPrinterHandle, stored, kHandleTypes, QX_HERE);
     return static_cast<HANDLE>(stored.Get().byref);
 }
 
 DWORD PipelinePropertyBagProxy::GetJobID()
 {
     ScopedVariant stored;
-    ReadRequired(m_pipelinePropertyBag.Get(), kPrintJobId, stored, QX_HERE);
+    ReadRequired(m_pipelinePropertyBag.Get(), kPrintJobId, stored, kJobIdTypes, QX_HERE);
     return stored.Get().ulVal;
 }
 
 HANDLE PipelinePropertyBagProxy::GetUserToken()
 {
     ScopedVariant stored;
-    ReadRequired(m_pipelinePropertyBag.Get(), kUserSecurityToken, stored, QX_HERE);
+    ReadRequired(m_pipelinePropertyBag.Get(), kUserSecurityToken, stored, kHandleTypes, QX_HERE);
     return static_cast<HANDLE>(stored.Get().byref);
 }
 
 std::wstring PipelinePropertyBagProxy::GetPrinterName()
 {
     ScopedVariant stored;
-    ReadRequired(m_pipelinePropertyBag.Get(), kPrinterName, stored, QX_HERE);
-    const BSTR name = stored.Get().vt == VT_BSTR ? stored.Get().bstrVal : nullptr;
+    ReadRequired(m_pipelinePropertyBag.Get(), kPrinterName, stored, kTextTypes, QX_HERE);
+    const BSTR name = stored.Get().bstrVal;
     return name == nullptr ? std::wstring() : std::wstring(name, SysStringLen(name));
 }
 
 ComPtr<IPrintPipelineProgressReport> PipelinePropertyBagProxy::GetPrintPipelineProgressReport()
 {
     ScopedVariant stored;
-    ReadRequired(m_pipelinePropertyBag.Get(), kProgressReport, stored, QX_HERE);
+    ReadRequired(m_pipelinePropertyBag.Get(), kProgressReport, stored, kObjectTypes, QX_HERE);
     ComPtr<IPrintPipelineProgressReport> report;
     IUnknown* object = stored.Get().punkVal;
     THROW_IF_FAILED(object == nullptr ? E_NOINTERFACE : object->QueryInterface(IID_PPV_ARGS(&report)));
