@@ -203,6 +203,14 @@ TEST(PipelinePropertyBagProxy, MissingJobContextIsLoggedAndThrown)
         EXPECT_EQ(ThrownBy([&] { row.read(proxy); }), pipelinehost::kPropertyNotFound) << platform::ToUtf8(row.property);
         EXPECT_TRUE(log.WaitFor(std::wstring(L"[ERR] [pipelinepropertybagproxy:") + row.function + L":"));
         EXPECT_TRUE(log.WaitFor(L"Exception thrown because of failed hresult -2147023728"));
+        // A value of another VARIANT type is refused the same way, never read as the payload.
+        if (std::wstring(row.property) == L"PrinterName") {
+            job.Bag().Set(row.property, LONG{7});
+        } else {
+            job.Bag().Set(row.property, std::wstring(L"7"));
+        }
+        EXPECT_EQ(ThrownBy([&] { row.read(proxy); }), DISP_E_TYPEMISMATCH) << platform::ToUtf8(row.property);
+        EXPECT_TRUE(log.WaitFor(L"Exception thrown because of failed hresult -2147352571"));
     }
 }
 
