@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <xpsobjectmodel.h>
 
 #include "pipelinehost/calllog.h"
 #include "pipelinehost/hresulttext.h"
@@ -467,6 +468,10 @@ TEST(HresultText, ShowsHexSignedDecimalAndName)
     EXPECT_EQ(HresultName(kPropertyNotFound), "HRESULT_FROM_WIN32(ERROR_NOT_FOUND)");
     EXPECT_EQ(HresultName(HRESULT_FROM_WIN32(4321)), "HRESULT_FROM_WIN32(4321)");
     EXPECT_EQ(HresultShort(E_OUTOFMEMORY), "E_OUTOFMEMORY");
+    EXPECT_EQ(HresultDescription(OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY),
+              "0x8051100F (-2142171121, OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY, OPC package error)");
+    EXPECT_EQ(HresultDescription(XPS_E_MISSING_REFERRED_PAGE),
+              "0x8052010B (-2142109429, XPS_E_MISSING_REFERRED_PAGE, XPS document error)");
 }
 
 // ---- the host program, end to end with the filter module beside it

@@ -1,6 +1,9 @@
 #include "pipelinehost/hresulttext.h"
 
 #include <cstdio>
+#include <iterator>
+
+#include <xpsobjectmodel.h>
 
 namespace pipelinehost {
 namespace {
@@ -37,6 +40,50 @@ constexpr NamedCode kHresults[] = {
     {DISP_E_TYPEMISMATCH, "DISP_E_TYPEMISMATCH"},
 };
 
+// A bad job ends in the document or packaging layer's own codes; a bare hex there sends the reader
+// to the headers, so they are named with the layer that refused the job.
+#define QX_NAMED(code) {code, #code}
+constexpr NamedCode kXpsErrors[] = {
+    QX_NAMED(XPS_E_INVALID_PAGE_SIZE), QX_NAMED(XPS_E_INVALID_FLOAT), QX_NAMED(XPS_E_UNEXPECTED_CONTENT_TYPE),
+    QX_NAMED(XPS_E_INVALID_MARKUP), QX_NAMED(XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP),
+    QX_NAMED(XPS_E_MISSING_REFERRED_DOCUMENT), QX_NAMED(XPS_E_MISSING_REFERRED_PAGE),
+    QX_NAMED(XPS_E_MULTIPLE_DOCUMENTSEQUENCE_RELATIONSHIPS), QX_NAMED(XPS_E_MULTIPLE_PRINTTICKETS_ON_DOCUMENT),
+    QX_NAMED(XPS_E_MULTIPLE_PRINTTICKETS_ON_DOCUMENTSEQUENCE), QX_NAMED(XPS_E_MULTIPLE_REFERENCES_TO_PART),
+    QX_NAMED(XPS_E_INDEX_OUT_OF_RANGE),
+};
+constexpr NamedCode kOpcErrors[] = {
+    QX_NAMED(OPC_E_INVALID_CONTENT_TYPE_XML), QX_NAMED(OPC_E_MISSING_CONTENT_TYPES), QX_NAMED(OPC_E_INVALID_RELS_XML),
+    QX_NAMED(OPC_E_DUPLICATE_PART), QX_NAMED(OPC_E_DUPLICATE_PIECE), QX_NAMED(OPC_E_INVALID_PIECE),
+    QX_NAMED(OPC_E_MISSING_PIECE), QX_NAMED(OPC_E_NO_SUCH_PART), QX_NAMED(OPC_E_ZIP_INCORRECT_DATA_SIZE),
+    QX_NAMED(OPC_E_ZIP_CORRUPTED_ARCHIVE), QX_NAMED(OPC_E_ZIP_COMPRESSION_FAILED),
+    QX_NAMED(OPC_E_ZIP_DECOMPRESSION_FAILED), QX_NAMED(OPC_E_ZIP_INCONSISTENT_FILEITEM),
+    QX_NAMED(OPC_E_ZIP_UNSUPPORTEDARCHIVE), QX_NAMED(OPC_E_ZIP_CENTRAL_DIRECTORY_TOO_LARGE),
+    QX_NAMED(OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY),
+};
+#undef QX_NAMED
+
+struct CodeFamily {
+    const NamedCode* begin;
+    const NamedCode* end;
+    const char* kind;
+};
+const CodeFamily kFamilies[] = {
+    {std::begin(kXpsErrors), std::end(kXpsErrors), "XPS document error"},
+    {std::begin(kOpcErrors), std::end(kOpcErrors), "OPC package error"},
+};
+
+const CodeFamily* FamilyOf(HRESULT hr)
+{
+    for (const CodeFamily& family : kFamilies) {
+        for (const NamedCode* known = family.begin; known != family.end; ++known) {
+            if (known->hr == hr) {
+                return &family;
+            }
+        }
+    }
+    return nullptr;
+}
+
 // Win32 errors that reach a filter wrapped as HRESULT_FROM_WIN32; those with their own E_ name
 // (E_ACCESSDENIED, E_HANDLE, E_OUTOFMEMORY, E_INVALIDARG) are found in the table above first.
 constexpr NamedCode kWin32Errors[] = {
@@ -64,6 +111,13 @@ std::string HresultName(HRESULT hr)
     for (const NamedCode& known : kHresults) {
         if (known.hr == hr) {
             return known.name;
+        }
+    }
+    if (const CodeFamily* family = FamilyOf(hr)) {
+        for (const NamedCode* known = family->begin; known != family->end; ++known) {
+            if (known->hr == hr) {
+                return known->name;
+            }
         }
     }
     const auto bits = static_cast<unsigned>(hr);
@@ -98,6 +152,9 @@ std::string HresultDescription(HRESULT hr)
     const std::string name = HresultName(hr);
     if (!name.empty()) {
         text += ", " + name;
+    }
+    if (const CodeFamily* family = FamilyOf(hr)) {
+        text += std::string(", ") + family->kind;
     }
     return text + ")";
 }

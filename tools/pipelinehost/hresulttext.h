@@ -14,7 +14,7 @@ std::string HresultName(HRESULT hr);
 std::string HresultHex(HRESULT hr);
 // The name when known, else the hex: for one-line call records.
 std::string HresultShort(HRESULT hr);
-// "0x80004004 (-2147467260, E_ABORT)".
+// "0x80004004 (-2147467260, E_ABORT)"; an XPS or OPC code also says which layer it comes from.
 std::string HresultDescription(HRESULT hr);
 
 }  // namespace pipelinehost
