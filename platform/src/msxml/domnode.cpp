@@ -3,7 +3,9 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 #include <libxml/xmlsave.h>
 
@@ -14,6 +16,19 @@ namespace platform::msxml {
 namespace {
 
 constexpr const char* kXmlnsUri = "http://www.w3.org/2000/xmlns/";
+
+// Stores a rounded number in a VARIANT field when it lies within Range, the field's Windows width
+// (LONG and ULONG are wider here than on Windows).
+template <class Range, class Field>
+HRESULT StoreWhole(double whole, Field& field)
+{
+    if (whole < static_cast<double>(std::numeric_limits<Range>::min()) ||
+        whole > static_cast<double>(std::numeric_limits<Range>::max())) {
+        return DISP_E_OVERFLOW;
+    }
+    field = static_cast<Field>(whole);
+    return S_OK;
+}
 
 bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
@@ -242,7 +257,7 @@ HRESULT ConvertText(const std::string& text, VARTYPE type, VARIANT* value)
         return DISP_E_TYPEMISMATCH;
     }
     const double whole = std::nearbyint(*number);  // halves go to the even neighbour
-    const auto fits = [&](double low, double high) { return whole >= low && whole <= high; };
+    HRESULT stored = S_OK;
     switch (type) {
     case VT_BOOL: value->boolVal = *number != 0 ? VARIANT_TRUE : VARIANT_FALSE; break;
     case VT_R8:
@@ -257,44 +272,17 @@ HRESULT ConvertText(const std::string& text, VARTYPE type, VARIANT* value)
         }
         value->fltVal = static_cast<float>(*number);
         break;
-    case VT_I1:
-        if (!fits(-128, 127)) {
-            return DISP_E_OVERFLOW;
-        }
-        value->cVal = static_cast<CHAR>(whole);
-        break;
-    case VT_I2:
-        if (!fits(-32768, 32767)) {
-            return DISP_E_OVERFLOW;
-        }
-        value->iVal = static_cast<SHORT>(whole);
-        break;
-    case VT_I4:
-        if (!fits(-2147483648.0, 2147483647.0)) {
-            return DISP_E_OVERFLOW;
-        }
-        value->lVal = static_cast<LONG>(whole);
-        break;
-    case VT_UI1:
-        if (!fits(0, 255)) {
-            return DISP_E_OVERFLOW;
-        }
-        value->bVal = static_cast<BYTE>(whole);
-        break;
-    case VT_UI2:
-        if (!fits(0, 65535)) {
-            return DISP_E_OVERFLOW;
-        }
-        value->uiVal = static_cast<USHORT>(whole);
-        break;
-    case VT_UI4:
-        if (!fits(0, 4294967295.0)) {
-            return DISP_E_OVERFLOW;
-        }
-        value->ulVal = static_cast<ULONG>(whole);
-        break;
+    case VT_I1: stored = StoreWhole<std::int8_t>(whole, value->cVal); break;
+    case VT_I2: stored = StoreWhole<std::int16_t>(whole, value->iVal); break;
+    case VT_I4: stored = StoreWhole<std::int32_t>(whole, value->lVal); break;
+    case VT_UI1: stored = StoreWhole<std::uint8_t>(whole, value->bVal); break;
+    case VT_UI2: stored = StoreWhole<std::uint16_t>(whole, value->uiVal); break;
+    case VT_UI4: stored = StoreWhole<std::uint32_t>(whole, value->ulVal); break;
     default:
         return E_UNEXPECTED;  // not a type of the table
+    }
+    if (FAILED(stored)) {
+        return stored;
     }
     value->vt = type;
     return S_OK;
