@@ -42,7 +42,8 @@ cp "$samples/sample.xps" "$work/jobs/pass-04-sample.xps"
 cp "$samples/preview.xps" "$work/jobs/preview-05.xps"
 cp "$samples/preview.xps" "$work/jobs/preview-06.xps"
 cp "$samples/banner-preview.xps" "$work/jobs/preview-07-banner.xps"
-printf 'this is a print job in no format at all\n' >"$work/jobs/corrupt-08-text.xps"
+# A job package begins with the ZIP local header's signature; the host skips a file without it.
+printf 'PK\003\004 this is a print job in no format at all\n' >"$work/jobs/corrupt-08-text.xps"
 head -c "$(($(stat -c %s "$samples/sample.xps") / 2))" "$samples/sample.xps" >"$work/jobs/corrupt-09-truncated.xps"
 python3 - "$work/jobs/corrupt-10-zip.xps" <<'PY'
 import sys, zipfile

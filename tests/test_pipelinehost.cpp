@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -399,6 +400,21 @@ TEST(WriteStream, AFileThatCannotBeMadeThrows)
     EXPECT_THROW(WriteStream::ToFile((folder / "no" / "such").string()), std::system_error);
 }
 
+// /dev/full takes no byte (ENOSPC): a device is written through, so the WriteBytes call that met the
+// full disk fails with its Win32 error, as a Windows stream's would, and the stream keeps the fault.
+TEST(WriteStream, AWriteThatFindsTheDiskFullFailsWithErrorDiskFull)
+{
+    ComPtr<WriteStream> stream = WriteStream::ToFile("/dev/full");
+    ULONG written = 7;
+    EXPECT_EQ(Write(*stream.Get(), "abc", &written), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(written, 0u);
+    EXPECT_EQ(stream->WriteFault(), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(Write(*stream.Get(), "d", &written), HRESULT_FROM_WIN32(ERROR_DISK_FULL)) << "every later write fails";
+    stream->Close();
+    EXPECT_EQ(stream->BytesWritten(), 0u);
+    EXPECT_EQ(stream->WriteFault(), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+}
+
 // ---- progress report, communicator, call log, HRESULT text
 
 TEST(ProgressReport, RecordsTheKnownKindsOfProgressAndRefusesOthers)
@@ -482,13 +498,15 @@ struct ProcessResult {
     std::string err;
 };
 
-// Runs the host program, its output and errors caught in files of the folder.
-ProcessResult RunHost(const std::vector<std::string>& arguments, const TempFolder& folder)
+// Runs the host program, its output and errors caught in files of the folder. The shell's command
+// line begins with the prefix: a limit or a trap set before "exec ", a program the host runs under.
+ProcessResult RunHost(const std::vector<std::string>& arguments, const TempFolder& folder,
+                      const std::string& shellPrefix = "")
 {
     const auto quoted = [](const std::string& text) {
         return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
     };
-    std::string command = quoted(QX_PIPELINEHOST_PATH);
+    std::string command = shellPrefix + quoted(QX_PIPELINEHOST_PATH);
     for (const std::string& argument : arguments) {
         command += " " + quoted(argument);
     }
@@ -500,10 +518,11 @@ ProcessResult RunHost(const std::vector<std::string>& arguments, const TempFolde
 }
 
 // Runs the host on the bundled machine, rooted in the folder.
-ProcessResult RunOnMachine(std::vector<std::string> arguments, const TempFolder& folder)
+ProcessResult RunOnMachine(std::vector<std::string> arguments, const TempFolder& folder,
+                           const std::string& shellPrefix = "")
 {
     arguments.insert(arguments.end(), {"--root", (folder / "machine").string(), "--machine", QX_DEFAULT_MACHINE});
-    return RunHost(arguments, folder);
+    return RunHost(arguments, folder, shellPrefix);
 }
 
 // A bundled sample job: a real package, which the filter reads before it hands the bytes on.
@@ -525,6 +544,58 @@ TEST(PipelineHostProgram, PassesTheJobThroughTheModuleUnchanged)
     EXPECT_NE(run.out.find("equal     yes, byte for byte"), std::string::npos) << run.out;
     EXPECT_EQ(ReadFile(folder / "out.bin"), ReadFile(SampleJob("poster-coated.xps")));
     EXPECT_EQ(run.err, "");
+}
+
+// The report's line for an output file that a write or a close could not fill: exit status 1.
+const std::string kDiskFullLine =
+    "\n  Output file         0x80070070 (-2147024784, HRESULT_FROM_WIN32(ERROR_DISK_FULL)), a write or close "
+    "failed: the file lacks bytes\n";
+
+// /dev/full refuses every byte with ENOSPC. It is no regular file: it is written through, so the
+// filter's WriteBytes gets ERROR_DISK_FULL, and it is not read back for the comparison (it never
+// ends). The bounded time turns a host that would read it forever into a failure.
+TEST(PipelineHostProgram, AnOutputOnAFullDiskFailsTheRunWithErrorDiskFull)
+{
+    TempFolder folder;
+    const ProcessResult run =
+        RunOnMachine({"--input", SampleJob("sample.xps").string(), "--output", "/dev/full"}, folder, "timeout 60 ");
+    EXPECT_EQ(run.exitCode, 1) << run.out << run.err;
+    EXPECT_EQ(run.err, "");
+    const std::string size = std::to_string(fs::file_size(SampleJob("sample.xps")));
+    EXPECT_NE(run.out.find("writer.WriteBytes(" + size + " bytes) -> HRESULT_FROM_WIN32(ERROR_DISK_FULL)\n"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find(kDiskFullLine), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\n  equal     not compared, the output is no regular file\n"), std::string::npos)
+        << run.out;
+}
+
+// A regular output file is written through a buffer: a job smaller than it goes to the file at the
+// filter's Close, when no WriteBytes is left to fail, so the filter succeeds and the host fails the
+// job. The file size limit plays the full disk (EFBIG, ERROR_DISK_FULL as Windows reports it): the
+// job is padded past it with a ZIP comment, the machine's own files stay below it.
+TEST(PipelineHostProgram, AnOutputCutShortByTheDiskFailsTheRunThoughTheFilterSucceeded)
+{
+    TempFolder folder;
+    std::string job = ReadFile(SampleJob("sample.xps"));
+    const std::size_t end = job.rfind(std::string("PK\x05\x06", 4));
+    ASSERT_EQ(end + 22, job.size()) << "the sample has no ZIP comment";
+    constexpr std::size_t kComment = 60000;
+    job[end + 20] = static_cast<char>(kComment & 0xFF);
+    job[end + 21] = static_cast<char>(kComment >> 8);
+    job += std::string(kComment, '#');
+    WriteFile(folder / "padded.xps", job);
+
+    // 32 blocks of 512 bytes; SIGXFSZ ignored, so that a write past the limit fails with EFBIG.
+    const ProcessResult run = RunOnMachine(
+        {"--input", (folder / "padded.xps").string(), "--output", (folder / "out.bin").string()}, folder,
+        "trap '' XFSZ; ulimit -f 32; exec ");
+    EXPECT_EQ(run.exitCode, 1) << run.out << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_NE(run.out.find("StartOperation      0x00000000 (0, S_OK)"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("writer.Close -> HRESULT_FROM_WIN32(ERROR_DISK_FULL)\n"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find(kDiskFullLine), std::string::npos) << run.out;
+    EXPECT_EQ(fs::file_size(folder / "out.bin"), 32u * 512u);
 }
 
 // ---- the host on a machine description
@@ -680,7 +751,7 @@ TEST(PipelineHostManyJobs, RepeatedJobOnTwoThreadsGivesALineEachInOrderTheTotals
     EXPECT_TRUE(std::regex_search(run.out, resources)) << run.out;
 }
 
-// A folder of one file is a single job with the full report; of more, a line per job in name order.
+// A folder of one job is a single job with the full report; of more, a line per job in name order.
 TEST(PipelineHostManyJobs, InputFolderRunsEveryRegularFileInNameOrder)
 {
     TempFolder folder;
@@ -702,6 +773,63 @@ TEST(PipelineHostManyJobs, InputFolderRunsEveryRegularFileInNameOrder)
                                         PassThroughLine(2, "b-sample.xps", fs::file_size(folder / "jobs/b-sample.xps"))}))
         << run.out;
     EXPECT_NE(run.out.find("\n  jobs      2\n  succeeded 2\n"), std::string::npos) << run.out;
+}
+
+// Only job packages run: regular files that begin with the ZIP local header's signature, as an XPS
+// package does. A script, notes, an empty file, a bare "PK" or an empty ZIP archive's end record
+// beside them are no jobs; a folder of nothing but those ends the run with status 2 and one line.
+TEST(PipelineHostManyJobs, InputFolderRunsOnlyTheJobPackagesInIt)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "jobs");
+    WriteFile(folder / "jobs/0-make_samples.py", "#!/usr/bin/env python3\nprint('PK')\n");
+    WriteFile(folder / "jobs/1-notes.txt", "a job begins with PK\x03\x04\n");  // not at the start
+    WriteFile(folder / "jobs/2-empty.xps", "");
+    WriteFile(folder / "jobs/3-short.xps", "PK");
+    WriteFile(folder / "jobs/4-empty-zip.xps", std::string("PK\x05\x06", 4) + std::string(18, '\0'));
+    const std::vector<std::string> arguments{"--input-folder", (folder / "jobs").string()};
+
+    const ProcessResult none = RunOnMachine(arguments, folder);
+    EXPECT_EQ(none.exitCode, 2) << none.out << none.err;
+    EXPECT_EQ(none.out, "");
+    EXPECT_EQ(none.err, "qxpipelinehost: the input folder " + (folder / "jobs").string() +
+                            " holds no job: no regular file in it begins with PK\\x03\\x04, as a ZIP package does\n");
+
+    fs::copy_file(SampleJob("poster-coated.xps"), folder / "jobs/a-poster.xps");
+    fs::copy_file(SampleJob("sample.xps"), folder / "jobs/b-sample.xps");
+    const ProcessResult run = RunOnMachine(arguments, folder);
+    EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(LinesStartingWith(run.out, "job "),
+              (std::vector<std::string>{PassThroughLine(1, "a-poster.xps", fs::file_size(folder / "jobs/a-poster.xps")),
+                                        PassThroughLine(2, "b-sample.xps", fs::file_size(folder / "jobs/b-sample.xps"))}))
+        << run.out;
+    EXPECT_NE(run.out.find("\n  jobs      2\n  succeeded 2\n"), std::string::npos) << run.out;
+}
+
+// The bundled samples folder holds jobs and nothing else (its generator lives in scripts/), and a run
+// over it runs every one of them. How the preview jobs end depends on the preview's libraries, which
+// this test does not build: only the jobs that ran are checked.
+TEST(PipelineHostManyJobs, TheSampleJobsFolderHoldsOnlyJobs)
+{
+    const fs::path samples = SampleJob("");
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(samples)) {
+        EXPECT_EQ(entry.path().extension(), ".xps") << entry.path();
+        EXPECT_EQ(ReadFile(entry.path()).substr(0, 4), std::string("PK\x03\x04", 4)) << entry.path();
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    TempFolder folder;
+    const ProcessResult run = RunOnMachine({"--input-folder", samples.string(), "--preview", "cancel"}, folder);
+    EXPECT_NE(run.exitCode, 2) << run.out << run.err;
+    const std::vector<std::string> lines = LinesStartingWith(run.out, "job ");
+    ASSERT_EQ(lines.size(), names.size()) << run.out;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(lines[i].rfind("job " + std::to_string(i + 1) + ": " + names[i] + ": StartOperation ", 0), 0u)
+            << lines[i];
+    }
+    EXPECT_NE(run.out.find("\n  jobs      " + std::to_string(names.size()) + "\n"), std::string::npos) << run.out;
 }
 
 TEST(PipelineHostDriverLog, LogLevelIsWrittenBeforeTheModuleLoadsAndTheLogFileIsNamed)
@@ -780,7 +908,8 @@ TEST(PipelineHostProgramErrors, BadUsageGivesExitCode2AndOneLineAndRunsNothing)
         {{"--machine", QX_DEFAULT_MACHINE, "--show-driver", "--threads", "2"},
          "--show-driver and --show-ticket run no job: no --repeat, --threads or --input-folder (see --help)"},
         {{"--input-folder", (folder / "empty").string()},
-         "the input folder " + (folder / "empty").string() + " holds no file"},
+         "the input folder " + (folder / "empty").string() +
+             " holds no job: no regular file in it begins with PK\\x03\\x04, as a ZIP package does"},
         {{"--input-folder", missing}, "cannot list the input folder " + missing + ": No such file or directory"},
         {{"--input", missing}, "cannot read the input: " + missing + ": No such file or directory"},
         {{"--input", missing, "--repeat", "2"}, "cannot read the input: " + missing + ": No such file or directory"},
@@ -798,6 +927,50 @@ TEST(PipelineHostProgramErrors, BadUsageGivesExitCode2AndOneLineAndRunsNothing)
         }
     }
     EXPECT_FALSE(fs::exists(folder / "out.bin")) << "nothing ran";
+}
+
+// An output that is the input file, however it is named, would be truncated before the filter read
+// it: the run is refused with status 2 and one line before anything is created, and the job stays.
+TEST(PipelineHostProgramErrors, AnOutputThatIsTheInputFileIsRefusedAndTheInputStaysWhole)
+{
+    TempFolder folder;
+    fs::create_directories(folder / "sub");
+    const std::string job = (folder / "job.xps").string();
+    fs::copy_file(SampleJob("sample.xps"), job);
+    const std::string bytes = ReadFile(job);
+    fs::create_hard_link(job, folder / "hard-link.xps");
+    fs::create_symlink(job, folder / "symlink.xps");
+    fs::create_symlink("job.xps", folder / "relative-symlink.xps");
+    const struct {
+        std::string input;
+        std::string output;
+    } rows[] = {
+        {job, job},
+        {job, (folder / "." / "job.xps").string()},
+        {job, (folder / "sub" / ".." / "job.xps").string()},
+        {job, (folder / "hard-link.xps").string()},
+        {job, (folder / "symlink.xps").string()},
+        {job, (folder / "relative-symlink.xps").string()},
+        {(folder / "symlink.xps").string(), job},
+        {(folder / "hard-link.xps").string(), (folder / "relative-symlink.xps").string()},
+    };
+    for (const auto& row : rows) {
+        const ProcessResult run = RunOnMachine({"--input", row.input, "--output", row.output}, folder);
+        EXPECT_EQ(run.exitCode, 2) << row.output << ": " << run.out << run.err;
+        EXPECT_EQ(run.out, "") << row.output;
+        EXPECT_EQ(run.err, "qxpipelinehost: the output " + row.output + " is the input " + row.input +
+                               " (the same file): writing it would destroy the job\n");
+        EXPECT_EQ(ReadFile(job), bytes) << row.output;
+    }
+    EXPECT_TRUE(fs::is_symlink(folder / "symlink.xps"));
+    EXPECT_EQ(fs::hard_link_count(job), 2u);
+
+    // A copy is another file: the job runs into it.
+    fs::copy_file(job, folder / "copy.xps");
+    const ProcessResult copy = RunOnMachine({"--input", job, "--output", (folder / "copy.xps").string()}, folder);
+    EXPECT_EQ(copy.exitCode, 0) << copy.out << copy.err;
+    EXPECT_EQ(ReadFile(folder / "copy.xps"), bytes);
+    EXPECT_EQ(ReadFile(job), bytes);
 }
 
 }  // namespace

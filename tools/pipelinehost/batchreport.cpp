@@ -41,6 +41,9 @@ std::string FinishedText(ULONG count)
 
 std::string ComparisonText(const FileComparison& output)
 {
+    if (!output.regular) {
+        return "not compared, the output is no regular file";
+    }
     if (!output.readable) {
         return "not compared, the files could not be read";
     }

@@ -1,14 +1,38 @@
 #include "pipelinehost/filecompare.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <fstream>
+#include <optional>
 #include <vector>
 
 namespace pipelinehost {
+namespace {
+
+// The size of a regular file; nothing for anything else.
+std::optional<ULONGLONG> RegularFileSize(const std::string& path)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return static_cast<ULONGLONG>(status.st_size);
+}
+
+}  // namespace
 
 FileComparison CompareFiles(const std::string& first, const std::string& second)
 {
     FileComparison comparison;
+    const std::optional<ULONGLONG> firstSize = RegularFileSize(first);
+    const std::optional<ULONGLONG> secondSize = RegularFileSize(second);
+    if (!firstSize || !secondSize) {
+        comparison.regular = false;
+        comparison.firstSize = firstSize.value_or(0);
+        comparison.secondSize = secondSize.value_or(0);
+        return comparison;
+    }
     std::ifstream a(first, std::ios::binary);
     std::ifstream b(second, std::ios::binary);
     if (!a || !b) {

@@ -103,7 +103,11 @@ std::pair<const char*, HRESULT> DecidingStep(const FilterRunResult& run)
     if (run.initialize && FAILED(*run.initialize)) {
         return {"InitializeFilter", *run.initialize};
     }
-    return {"StartOperation", run.start.value_or(E_UNEXPECTED)};
+    const HRESULT start = run.start.value_or(E_UNEXPECTED);
+    if (SUCCEEDED(start) && FAILED(run.output)) {
+        return {"output file", run.output};
+    }
+    return {"StartOperation", start};
 }
 
 }  // namespace
@@ -138,6 +142,8 @@ FilterRunResult RunFilter(const FilterModule& module, const JobPipeline& pipelin
     }
     filter.Reset();
     pipeline.calls->Record("filter released");
+    // Whatever the filter heard of it, an output file that lacks bytes fails the job.
+    result.output = pipeline.writer->WriteFault();
     return result;
 }
 

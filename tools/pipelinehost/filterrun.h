@@ -29,10 +29,15 @@ struct FilterRunResult {
     Shutdown shutdown = Shutdown::NotRequested;
     HRESULT shutdownResult = S_OK;
     double startMilliseconds = 0;
+    // The output stream's fault once the filter was released (WriteStream::WriteFault): a write or
+    // a close of the output file that failed. A filter may not hear of it (bytes buffered until its
+    // Close, or a failed write it ignored), so a filter that succeeded still fails the job by it.
+    HRESULT output = S_OK;
 
-    // The outcome that decides the host's exit status: StartOperation's, or the step that failed before it.
+    // The outcome that decides the host's exit status: StartOperation's, or the step that failed
+    // before it, or, when StartOperation succeeded, the output file's fault.
     HRESULT Outcome() const;
-    // The step Outcome comes from: "StartOperation", or the one before it that failed.
+    // The step Outcome comes from: "StartOperation", the one before it that failed, or "output file".
     const char* OutcomeStep() const;
 };
 

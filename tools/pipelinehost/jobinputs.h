@@ -1,4 +1,4 @@
-// The inputs of a run's jobs: one file, or every regular file of a folder in name order, each
+// The inputs of a run's jobs: one file, or every job package of a folder in name order, each
 // repeated round after round.
 #pragma once
 
@@ -12,8 +12,10 @@ class JobInputs {
 public:
     // The files in the order they run in a round; throws std::invalid_argument for none.
     JobInputs(std::vector<std::string> files, unsigned repeat);
-    // The regular files of the folder (links to one count), sorted by name; throws SetupError when
-    // the folder cannot be listed or holds none.
+    // The job packages of the folder, sorted by name: its regular files (links to one count) whose
+    // first four bytes are the ZIP local header's signature "PK\x03\x04", as every XPS job's are.
+    // Anything else in it is no job and is left out. Throws SetupError when the folder cannot be
+    // listed or holds no job.
     static JobInputs FromFolder(const std::string& folder, unsigned repeat);
 
     // Every file can be opened for reading; throws SetupError naming the first that cannot, so that

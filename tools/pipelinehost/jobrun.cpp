@@ -1,5 +1,7 @@
 #include "pipelinehost/jobrun.h"
 
+#include <sys/stat.h>
+
 #include <stdexcept>
 #include <utility>
 
@@ -12,10 +14,32 @@ JobRun::JobRun(std::string input, const JobSettings& settings) : input_(std::mov
 {
     const auto delivery = settings_.gradual ? ReadStream::Delivery::Gradual : ReadStream::Delivery::Whole;
     reader_ = OrSetupError("cannot read the input", [&] { return ReadStream::OpenFile(input_, delivery); });
+    struct stat status {};
+    if (::stat(input_.c_str(), &status) == 0) {
+        inputFile_ = FileIdentity{status.st_dev, status.st_ino};
+    }
+}
+
+// The output is created with truncation, so an output that is the input file under any name (the
+// same path, another spelling, a hard link, a symbolic link to it) would destroy the job before the
+// filter read it. It is told by the file, not the name: device and inode of what the path leads to.
+void JobRun::RefuseInputAsOutput(const std::string& path) const
+{
+    struct stat status {};
+    if (!inputFile_ || ::stat(path.c_str(), &status) != 0) {
+        return;  // no such file yet: creating it cannot touch the input
+    }
+    if (status.st_dev == inputFile_->device && status.st_ino == inputFile_->inode) {
+        throw SetupError("the output " + path + " is the input " + input_ +
+                         " (the same file): writing it would destroy the job");
+    }
 }
 
 void JobRun::CreateOutput(const std::string& path)
 {
+    if (!path.empty()) {
+        RefuseInputAsOutput(path);
+    }
     output_.emplace(OrSetupError("cannot create the output",
                                  [&] { return path.empty() ? OutputFile::Temporary() : OutputFile(path); }));
     writer_ = OrSetupError("cannot write the output", [&] { return WriteStream::ToFile(output_->Path()); });

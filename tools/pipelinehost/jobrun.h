@@ -3,6 +3,8 @@
 // only the module and the machine's job context.
 #pragma once
 
+#include <sys/types.h>
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,7 +38,8 @@ public:
     JobRun& operator=(const JobRun&) = delete;
 
     // Creates the output file (empty path: a temporary one, removed with this object) and the stream
-    // into it; throws SetupError.
+    // into it; throws SetupError, before anything is created or truncated, when the path leads to
+    // the input file itself.
     void CreateOutput(const std::string& path);
     // Builds the pipeline around the streams and runs one filter object on it. The progress report is
     // the object the bag hands the filter in place of the context's (null: the context's, if any).
@@ -54,9 +57,16 @@ public:
     const OutputFile& Output() const;
 
 private:
+    struct FileIdentity {
+        dev_t device;
+        ino_t inode;
+    };
+
     std::vector<PropertyOption> Properties(ProgressReport* progress) const;
+    void RefuseInputAsOutput(const std::string& path) const;
 
     std::string input_;
+    std::optional<FileIdentity> inputFile_;  // what the input path led to when it was opened
     const JobSettings& settings_;
     Microsoft::WRL::ComPtr<ReadStream> reader_;
     Microsoft::WRL::ComPtr<WriteStream> writer_;

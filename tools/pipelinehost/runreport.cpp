@@ -43,6 +43,9 @@ void PrintResult(std::ostream& out, const FilterRunResult& run)
     case FilterRunResult::Shutdown::NotNeeded: line("ShutdownOperation", "not sent, the filter had finished"); break;
     case FilterRunResult::Shutdown::Sent: line("ShutdownOperation", HresultDescription(run.shutdownResult)); break;
     }
+    if (FAILED(run.output)) {
+        line("Output file", HresultDescription(run.output) + ", a write or close failed: the file lacks bytes");
+    }
 }
 
 void PrintCalls(std::ostream& out, const std::vector<std::string>& calls)
@@ -84,7 +87,9 @@ void PrintOutput(std::ostream& out, const RunReport& report)
     PrintSetting(out, "size", Bytes(report.bytesWritten) + " in " + Counted(report.writeCalls, "WriteBytes call") +
                                   " (input " + Bytes(comparison.firstSize) + ")");
     std::string equal;
-    if (!comparison.readable) {
+    if (!comparison.regular) {
+        equal = "not compared, the output is no regular file";
+    } else if (!comparison.readable) {
         equal = "unknown, the files could not be read";
     } else if (comparison.Equal()) {
         equal = "yes, byte for byte";

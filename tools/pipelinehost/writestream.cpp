@@ -1,6 +1,7 @@
 #include "pipelinehost/writestream.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -50,11 +51,16 @@ Microsoft::WRL::ComPtr<WriteStream> WriteStream::ToFile(const std::string& path)
     if (file < 0) {
         throw std::system_error(errno, std::generic_category(), path);
     }
+    struct stat status {};
+    const bool regular = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
     Microsoft::WRL::ComPtr<WriteStream> stream;
     stream.Attach(new WriteStream);
     stream->file_ = file;
     stream->toFile_ = true;
-    stream->pending_.reserve(kWriteBufferBytes);
+    stream->buffered_ = regular;
+    if (regular) {
+        stream->pending_.reserve(kWriteBufferBytes);
+    }
     return stream;
 }
 
@@ -108,6 +114,7 @@ ULONGLONG WriteStream::BytesWritten() const
 HRESULT WriteStream::WriteFault() const
 {
     std::lock_guard lock(mutex_);
+    Flush();
     return writeFault_;
 }
 
@@ -164,11 +171,15 @@ void WriteStream::Close()
     Record(fault == S_OK ? std::string("writer.Close") : "writer.Close -> " + HresultShort(fault));
 }
 
+// What close reports is a fault too: a file system may write only then, and tell of a full disk or a
+// quota there. EINTR says nothing of the bytes, and the descriptor is gone either way.
 void WriteStream::CloseFile()
 {
     if (file_ >= 0) {
         Flush();
-        ::close(file_);
+        if (::close(file_) != 0 && errno != EINTR && writeFault_ == S_OK) {
+            writeFault_ = HRESULT_FROM_WIN32(platform::Win32ErrorOf(errno));
+        }
         file_ = -1;
     }
 }
@@ -190,11 +201,13 @@ HRESULT WriteStream::Store(const void* buffer, ULONG size)
     return StoreInFile(first, size);
 }
 
+// A device or a pipe (/dev/full, a FIFO) is written through: its reader waits for the bytes, and
+// its faults come back from the WriteBytes call that met them, as from a Windows stream.
 // A fault the file gives while the buffer goes out fails the write that sent it there, though the
 // bytes it refused may be those of earlier writes that were told they succeeded: the filter hears
 // of it at the first call that can still report it, and every later write fails alike, as the
 // file no longer matches what the filter was told. A fault found by Close or BytesWritten has no
-// call left to fail; Close logs it.
+// call left to fail; Close logs it, and the host fails the job by it (FilterRunResult::output).
 HRESULT WriteStream::StoreInFile(const BYTE* first, ULONG size)
 {
     if (pending_.size() + size > kWriteBufferBytes) {
@@ -203,7 +216,7 @@ HRESULT WriteStream::StoreInFile(const BYTE* first, ULONG size)
     if (FAILED(writeFault_)) {
         return writeFault_;
     }
-    if (size >= kWriteBufferBytes) {
+    if (!buffered_ || size >= kWriteBufferBytes) {
         writeFault_ = WriteAll(file_, first, size);
     } else {
         pending_.insert(pending_.end(), first, first + size);

@@ -18,7 +18,9 @@ namespace pipelinehost {
 class WriteStream : public platform::ComObject<WriteStream, IPrintWriteStream> {
 public:
     static Microsoft::WRL::ComPtr<WriteStream> ToMemory();
-    // Creates or truncates the file; throws std::system_error when it cannot.
+    // Creates or truncates the file; throws std::system_error when it cannot. A regular file is
+    // written through a buffer (see pending_); anything else (a device such as /dev/full, a FIFO)
+    // gets each write as the filter makes it, so that a fault fails that WriteBytes call.
     static Microsoft::WRL::ComPtr<WriteStream> ToFile(const std::string& path);
 
     void LogCallsTo(std::shared_ptr<CallLog> log) { log_ = std::move(log); }
@@ -36,8 +38,10 @@ public:
     // Every byte the stream took. For a file stream the file holds them once this returns, so a
     // report that reads the count may look at the file.
     ULONGLONG BytesWritten() const;
-    // S_OK, or the first error the file gave. From then on the file may lack bytes that writes had
-    // been told were taken, and every later write fails with it.
+    // S_OK, or the first error the file gave on a write or on close, as a Win32 HRESULT
+    // (0x80070070 ERROR_DISK_FULL). From then on the file may lack bytes that writes had been told
+    // were taken, and every later write fails with it. Bytes still buffered go to the file first,
+    // so S_OK means the file holds every byte the stream took.
     HRESULT WriteFault() const;
     // The bytes of a memory stream; empty for a file stream.
     std::vector<BYTE> Bytes() const;
@@ -65,10 +69,11 @@ private:
     mutable std::mutex mutex_;
     int file_ = -1;
     bool toFile_ = false;
+    bool buffered_ = false;  // a regular file
     // The filter writes in small chunks; a system call per chunk would cost more than the copy, so
     // they gather here and go to the file in one write when the buffer is full, on Close, on
-    // destruction and when BytesWritten is asked. That last one is a const query that must see the
-    // file, hence mutable: the buffer is how the file gets written, not what the stream holds.
+    // destruction and when BytesWritten or WriteFault is asked. Those are const queries that must
+    // see the file, hence mutable: the buffer is how the file gets written, not what the stream holds.
     mutable std::vector<BYTE> pending_;
     mutable HRESULT writeFault_ = S_OK;
     std::vector<BYTE> bytes_;

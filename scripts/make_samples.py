@@ -2,15 +2,18 @@
 """Writes the bundled sample print jobs: minimal XPS packages with a job print ticket.
 
 The output is byte-for-byte reproducible (fixed timestamps, fixed part order), so the committed
-packages only change when this script does. Run it from anywhere:
+packages only change when this script does. It writes them into samples/jobs/, which holds only
+jobs (a run of the pipeline host over the folder takes every package in it), and lives beside the
+other scripts. Run it from anywhere:
 
-    python3 samples/jobs/make_samples.py
+    python3 scripts/make_samples.py
 """
 
 import pathlib
 import zipfile
 
-HERE = pathlib.Path(__file__).resolve().parent
+SAMPLES = pathlib.Path(__file__).resolve().parent.parent / "samples"
+JOBS = SAMPLES / "jobs"
 
 XPS_NS = "http://schemas.microsoft.com/xps/2005/06"
 RELS_NS = "http://schemas.openxmlformats.org/package/2006/relationships"
@@ -137,7 +140,7 @@ def main():
         "sample.xps": package_parts(preview="OFF"),
         # A whole ticket as the driver writes it: every feature the filter reads.
         "poster-coated.xps": package_parts(
-            preview="OFF", ticket=(HERE.parent / "tickets" / "poster-coated.xml").read_text(encoding="utf-8")),
+            preview="OFF", ticket=(SAMPLES / "tickets" / "poster-coated.xml").read_text(encoding="utf-8")),
         # The user asked to see the job first; the preview application decides.
         "preview.xps": package_parts(preview="ON"),
         # A 36 x 200 inch banner: longer than the preview's page limit, so its job file is written
@@ -149,7 +152,7 @@ def main():
             features=feature("psk:JobInputBin", "psk:AutoSelect") + feature("ns0000:JobRotate", "ns0000:None")),
     }
     for name, parts in jobs.items():
-        target = HERE / name
+        target = JOBS / name
         write_package(target, parts)
         print(f"wrote {target} ({target.stat().st_size} bytes)")
 
