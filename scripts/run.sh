@@ -3,7 +3,8 @@
 # bundled machine, the preview application accepting it, and prints the host's report with the
 # filter's decision from its log. Arguments are passed to the host, e.g. --preview cancel,
 # --input samples/jobs/sample.xps, --printer "QX Quarry 36" or --property NAME=i4:1; --machine FILE
-# replaces the bundled machine, --input FILE the job, --log-level LEVEL the log level.
+# replaces the bundled machine (the host's default, which the build puts beside it), --input FILE
+# the job, --log-level LEVEL the log level.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -12,14 +13,12 @@ build_dir=${BUILD_DIR:-$root/build}
 bash "$root/scripts/build.sh"
 machine="$build_dir/machine"
 mkdir -p "$machine"
-machine_description=(--machine "$root/samples/machines/default.json")
 job=(--input "$root/samples/jobs/preview.xps")
 log_level=(--log-level info)
 for argument in "$@"; do
   case "$argument" in
-    --machine|--machine=*) machine_description=() ;;
     --input|--input=*|--input-folder|--input-folder=*) job=() ;;
     --log-level|--log-level=*) log_level=() ;;
   esac
 done
-exec "$build_dir/bin/qxpipelinehost" "${job[@]}" --root "$machine" "${machine_description[@]}" "${log_level[@]}" "$@"
+exec "$build_dir/bin/qxpipelinehost" "${job[@]}" --root "$machine" "${log_level[@]}" "$@"

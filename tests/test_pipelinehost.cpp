@@ -687,6 +687,35 @@ TEST(PipelineHostShowDriver, DecodesBothKindsOfDriverOnTheBundledMachine)
     }
 }
 
+// Without --machine the host runs on the bundled machine the build put beside it, found from the
+// program's own place: a copy of the host with that file runs on it wherever it is.
+TEST(PipelineHostProgram, WithoutMachineACopiedHostRunsOnTheBundledMachineBesideIt)
+{
+    TempFolder folder;
+    const fs::path built = fs::path(QX_PIPELINEHOST_PATH).parent_path();
+    const fs::path bin = folder / "bin";
+    fs::create_directory(bin);
+    fs::copy_file(built / "qxpipelinehost", bin / "qxpipelinehost");
+    fs::copy_file(built / "default-machine.json", bin / "default-machine.json");
+    for (const char* file : {"libqxiprev.so", "libqxplatform.so", "qxpreviewapp"}) {
+        fs::create_symlink(built / file, bin / file);
+    }
+    const auto run = [&](const std::string& arguments) {
+        const std::string command = (bin / "qxpipelinehost").string() + " --root " + (folder / "machine").string() +
+                                    " " + arguments + " >" + (folder / "out").string() + " 2>&1";
+        const int status = std::system(command.c_str());
+        return std::make_pair(WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(folder / "out"));
+    };
+    const auto [status, out] = run("--input " + SampleJob("sample.xps").string());
+    EXPECT_EQ(status, 0) << out;
+    EXPECT_NE(out.find("\nJob, from " + (bin / "default-machine.json").string() + "\n  printer   \"QX Mesa 44\", "),
+              std::string::npos)
+        << out;
+    const auto [shown, driver] = run("--show-driver --printer 'QX Quarry 36'");
+    EXPECT_EQ(shown, 0) << driver;
+    EXPECT_NE(driver.find("legacy property bag file (.ldpb)"), std::string::npos) << driver;
+}
+
 // ---- many jobs in one host process
 
 // The lines of a report that begin with the prefix, in order.
@@ -885,7 +914,7 @@ TEST(PipelineHostProgramErrors, BadUsageGivesExitCode2AndOneLineAndRunsNothing)
         {{"--input", job, "--shutdown-after", "soon"}, ""},
         {{"--input", job, "--root", missing}, ""},
         {{"--input", job, "--module", missing + ".so"}, ""},
-        {{"--input", job, "--printer", "QX Mesa 44"}, ""},
+        {{"--input", job, "--root", (folder / "machine").string(), "--printer", "No Such"}, ""},
         {{"--input", job, "--machine", QX_DEFAULT_MACHINE, "--job", "none"}, ""},
         {{"--input", job, "--machine", missing + ".json"}, ""},
         {{"--input", job, "--machine", QX_DEFAULT_MACHINE, "--printer", "No Such"}, ""},

@@ -17,16 +17,18 @@ std::string LoaderError()
 
 }  // namespace
 
-std::string DefaultModulePath()
+std::string BesideHost(const std::string& name)
 {
     std::string self(4096, '\0');
     const ssize_t length = ::readlink("/proc/self/exe", self.data(), self.size());
     if (length <= 0) {
-        return "libqxiprev.so";
+        return name;
     }
     self.resize(static_cast<std::size_t>(length));
-    return self.substr(0, self.rfind('/') + 1) + "libqxiprev.so";
+    return self.substr(0, self.rfind('/') + 1) + name;
 }
+
+std::string DefaultModulePath() { return BesideHost("libqxiprev.so"); }
 
 FilterModule::FilterModule(std::string path) : path_(std::move(path))
 {

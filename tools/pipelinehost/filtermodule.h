@@ -7,7 +7,10 @@
 
 namespace pipelinehost {
 
-// libqxiprev.so in the folder of the running program.
+// A file of that name in the folder of the running program, where the build puts what the host
+// loads by default, so that a copied or installed host finds its own.
+std::string BesideHost(const std::string& name);
+// libqxiprev.so beside the host.
 std::string DefaultModulePath();
 
 class FilterModule {

@@ -115,21 +115,12 @@ void CheckCombinations(const HostOptions& options)
     if (!options.output.empty() && manyJobs) {
         throw UsageError("--output goes with a single job; with --repeat or --input-folder outputs are temporary");
     }
-    if (options.showDriver && options.machine.empty()) {
-        throw UsageError("--show-driver needs --machine FILE");
-    }
-    if (options.showTicket && options.machine.empty()) {
-        throw UsageError("--show-ticket needs --machine FILE");
-    }
     if (!options.ticket.empty() && (!options.showTicket || !options.input.empty())) {
         throw UsageError("--ticket FILE goes with --show-ticket, instead of --input");
     }
     if (!options.help && !options.showDriver && options.ticket.empty() && options.input.empty() &&
         options.inputFolder.empty()) {
         throw UsageError("--input FILE (or --input-folder DIR) is required");
-    }
-    if (options.machine.empty() && (!options.printer.empty() || options.job)) {
-        throw UsageError(std::string(options.job ? "--job" : "--printer") + " needs --machine FILE");
     }
 }
 
@@ -226,8 +217,8 @@ std::string HostUsage()
 {
     return "usage: qxpipelinehost --input FILE [options]\n"
            "       qxpipelinehost (--input FILE | --input-folder DIR) [--repeat N] [--threads T] [options]\n"
-           "       qxpipelinehost --machine FILE [--printer NAME] --show-driver\n"
-           "       qxpipelinehost --machine FILE [--printer NAME] --show-ticket (--input FILE | --ticket FILE)\n"
+           "       qxpipelinehost [--machine FILE] [--printer NAME] --show-driver\n"
+           "       qxpipelinehost [--machine FILE] [--printer NAME] --show-ticket (--input FILE | --ticket FILE)\n"
            "\n"
            "Runs the filter module as the print filter pipeline would for one job: InitializeFilter\n"
            "and StartOperation on a filter thread, the job's bytes from FILE, then reports the\n"
@@ -245,21 +236,23 @@ std::string HostUsage()
            "                          removed after the run)\n"
            "  --module PATH           the filter module (default: libqxiprev.so beside this program)\n"
            "  --root DIR              the simulated machine's root folder (default: $QX_MACHINE_ROOT,\n"
-           "                          else /tmp/qxmachine-<uid>)\n"
+           "                          else /tmp/qxmachine-<uid>, made private to this user); a\n"
+           "                          root of another user's, or that others may write, is refused\n"
            "  --machine FILE          load the simulated machine from a machine description (JSON)\n"
            "                          and give the job its context in the property bag: printer\n"
            "                          name and handle, job id, user token, progress report and,\n"
-           "                          for a version-4 driver, the driver property bag\n"
+           "                          for a version-4 driver, the driver property bag (default: the\n"
+           "                          bundled machine, default-machine.json beside this program)\n"
            "  --printer NAME          the job's printer (default: the machine's first printer)\n"
            "  --job ID                the job's id (default: the first job on that printer)\n"
            "  --property NAME=i4:N    put a VT_I4 into the pipeline property bag (repeatable;\n"
            "                          after the job context, replacing a property of that name)\n"
            "  --property NAME=bstr:T  put a VT_BSTR into the pipeline property bag (repeatable)\n"
            "  --show-driver           print what the job printer's driver declares, as the filter\n"
-           "                          decodes it, and run no job (needs --machine; no --input)\n"
+           "                          decodes it, and run no job (no --input)\n"
            "  --show-ticket           print the settings the filter reads from the job's print\n"
            "                          ticket (feature, value, option keyword, found), with the\n"
-           "                          printer's driver properties, and run no job (needs --machine)\n"
+           "                          printer's driver properties, and run no job\n"
            "  --ticket FILE           with --show-ticket: a print ticket file instead of a job\n"
            "  --gradual               deliver the input in small chunks from a producer thread, so\n"
            "                          that reads wait as behind a real previous filter\n"

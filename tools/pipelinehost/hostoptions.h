@@ -24,7 +24,7 @@ struct HostOptions {
     std::string output;   // empty: a temporary file, removed after the run
     std::string module;   // empty: the filter module beside the host
     std::string root;     // empty: $QX_MACHINE_ROOT, or the platform's default
-    std::string machine;  // a machine description; empty: no job context in the bag
+    std::string machine;  // a machine description; empty: the bundled one beside the host
     std::string printer;  // empty: the machine's first printer
     std::optional<DWORD> job;  // none: the first job on the printer
     std::vector<PropertyOption> properties;

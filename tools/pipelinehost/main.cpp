@@ -54,18 +54,22 @@ void UseMachineRoot(const std::string& root)
     std::free(absolute);
 }
 
+// The description given, else the bundled machine the build puts beside the host: found as the
+// module is, so a copy of the programs needs no source tree.
+std::string MachinePath(const HostOptions& options)
+{
+    return options.machine.empty() ? BesideHost("default-machine.json") : options.machine;
+}
+
 // The job's context on the machine the description declares. A refused description ends the run
 // with the loader's own message, before the input or the module is touched.
-std::unique_ptr<JobContext> LoadJobContext(const HostOptions& options)
+std::unique_ptr<JobContext> LoadJobContext(const std::string& machine, const HostOptions& options)
 {
-    if (options.machine.empty()) {
-        return nullptr;
-    }
-    platform::LoadMachineDescription(options.machine);
+    platform::LoadMachineDescription(machine);
     try {
         return std::make_unique<JobContext>(options.printer, options.job);
     } catch (const std::exception& error) {
-        throw SetupError("cannot set up the job on " + options.machine + ": " + error.what());
+        throw SetupError("cannot set up the job on " + machine + ": " + error.what());
     }
 }
 
@@ -163,7 +167,7 @@ int RunSingleJob(const HostOptions& options, const std::string& input, std::uniq
         }
         report = SnapshotJob(job.Pipeline(), run, notes);
         if (context) {
-            report.machineFile = options.machine;
+            report.machineFile = MachinePath(options);
             report.job = context->Summary();
         }
         // The pipeline lets go of the job's objects before it asks whether the module may go, and
@@ -217,7 +221,7 @@ JobInputs ListInputs(const HostOptions& options)
 int RunHost(const HostOptions& options)
 {
     UseMachineRoot(options.root);
-    std::unique_ptr<JobContext> context = LoadJobContext(options);
+    std::unique_ptr<JobContext> context = LoadJobContext(MachinePath(options), options);
     ConfigureDriverLog(options);
     // Before the module and any thread that could read the environment.
     UsePreviewMode(options.preview);
