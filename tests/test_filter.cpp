@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <new>
 #include <stdexcept>
 #include <thread>
@@ -225,6 +226,16 @@ TEST_F(JobRun, AnAcceptedPreviewPrintsTheInputAndPublishesTheUsersChoices)
     EXPECT_TRUE(log.WaitFor(L"Print Preview option is on"));
     EXPECT_TRUE(log.WaitFor(L"PrintPreview 2.0 launched correctly"));
     EXPECT_TRUE(log.WaitFor(L"Host Preview Filter - Finishing StartOperation_throws"));
+    // The job run's steps log in its name, each from its own line.
+    std::set<std::string> steps;
+    for (const char* step : {"Host Preview Filter - Starting StartOperation_throws", "Print Preview option is on",
+                             "Print Preview option is installed", "Host Preview Filter - Finishing StartOperation_throws"}) {
+        const std::vector<std::string> sites = log.SitesOf(step);
+        ASSERT_EQ(sites.size(), 1u) << step;
+        EXPECT_EQ(sites[0].rfind("hostpreviewfilter:HostPreviewFilter::StartOperation_throws:", 0), 0u) << sites[0];
+        steps.insert(sites[0]);
+    }
+    EXPECT_EQ(steps.size(), 4u) << "one line per step";
     PropertyBag& bag = *pipeline.bag.Get();
     EXPECT_EQ(Published(bag, XPS_FP_INPUTBIN), 2) << "the user chose the tray";
     EXPECT_EQ(Published(bag, XPS_FP_SETTINGSCHANGEDINPRINTPREVIEW), 1);

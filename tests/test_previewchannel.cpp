@@ -371,7 +371,7 @@ TEST(PaperSourceEntries, SizesAreConvertedFromTheTenThousandthsOfTheInchPrinterU
         BIDI_PAPERSOURCE_ITEM source;
         source.width = printerUnits;
         source.length = printerUnits;
-        const PaperSourceEntry entry = PreviewDataSet::MakePaperSourceEntry(source, 1);
+        const PaperSourceEntry entry = PreviewDataSet::MakePaperSourceEntry(source, 1, QX_HERE);
         EXPECT_EQ(entry.width, microns) << printerUnits;
         EXPECT_EQ(entry.length, microns) << printerUnits;
     }
@@ -396,7 +396,7 @@ TEST(PaperSourceEntries, TheMediaTypeTextIsItsValueMinusTwoWhenEmptyAndZeroWithA
         BIDI_PAPERSOURCE_ITEM source;
         source.mediaType = row.text;
         LogTail log;
-        EXPECT_EQ(PreviewDataSet::MakePaperSourceEntry(source, 1).mediaTypeId, row.id);
+        EXPECT_EQ(PreviewDataSet::MakePaperSourceEntry(source, 1, QX_HERE).mediaTypeId, row.id);
         const std::string logged = log.Settled();
         for (const std::string& line : row.logged) {
             EXPECT_NE(logged.find(line), std::string::npos) << line;
@@ -415,7 +415,7 @@ TEST(PaperSourceEntries, CarryFlagsPositionConstantTypeAndTheNameCutTo254Charact
     source.installed = 1;
     source.type = PaperSourceTypeRoll;
     source.name = std::wstring(300, L'n');
-    const PaperSourceEntry entry = PreviewDataSet::MakePaperSourceEntry(source, 4);
+    const PaperSourceEntry entry = PreviewDataSet::MakePaperSourceEntry(source, 4, QX_HERE);
     EXPECT_EQ(entry.state, 1);
     EXPECT_EQ(entry.installed, 1);
     EXPECT_EQ(entry.padding[0] | entry.padding[1], 0);
@@ -427,7 +427,7 @@ TEST(PaperSourceEntries, CarryFlagsPositionConstantTypeAndTheNameCutTo254Charact
     source.type = PaperSourceTypeNotReported;
     source.name = L"Tray";
     source.installed = 0;
-    const PaperSourceEntry tray = PreviewDataSet::MakePaperSourceEntry(source, 1);
+    const PaperSourceEntry tray = PreviewDataSet::MakePaperSourceEntry(source, 1, QX_HERE);
     EXPECT_EQ(tray.sourceType, 0xFFFFFFFFu);
     EXPECT_EQ(tray.installed, 0);
     EXPECT_EQ(Text(tray.name), u"Tray");
@@ -442,7 +442,7 @@ TEST(PaperSourceEntries, AreAppendedAndNumberedInTheListsOrder)
     sources.sources.resize(2);
     sources.sources[0].name = L"Roll 1";
     sources.sources[1].name = L"Tray";
-    dataSet.AppendPaperSources(sources);
+    dataSet.AppendPaperSources(sources, QX_HERE);
     ASSERT_EQ(state.paperSources.size(), 3u);
     EXPECT_EQ(state.paperSources[1].position, 1u);
     EXPECT_EQ(Text(state.paperSources[1].name), u"Roll 1");
@@ -460,7 +460,7 @@ protected:
         job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, numberOfPages);
         PTSettings settings = Load(ticket, job);
         PreviewChannelState state;
-        PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+        PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties(), QX_HERE);
         return state.data;
     }
 };
@@ -505,7 +505,7 @@ TEST_F(DataBlockTest, TheDocumentNameIsCutTo127Characters)
         job.Proxy().SetProperty(XPS_FP_NUMBERPAGES, std::wstring(L"3"));
         PTSettings settings = Load(Ticket(L""), job);
         PreviewChannelState state;
-        PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+        PreviewDataSet(state, FakeMorvikLoader()).SetPrintPreviewData(settings, job.Proxy(), job.Properties(), QX_HERE);
         EXPECT_EQ(Text(state.data.documentName), std::u16string(kept, u'd')) << length;
     }
 }
@@ -548,7 +548,7 @@ TEST_P(PageCount, ThatIsNoDecimalNumberLeavesTheFillWithTheConversionsException)
     PreviewChannelState state;
     PreviewDataSet dataSet(state, FakeMorvikLoader());
     try {
-        dataSet.SetPrintPreviewData(settings, job.Proxy(), job.Properties());
+        dataSet.SetPrintPreviewData(settings, job.Proxy(), job.Properties(), QX_HERE);
         FAIL() << "no exception";
     } catch (const std::out_of_range& error) {
         EXPECT_TRUE(GetParam().outOfRange);
@@ -574,7 +574,7 @@ TEST_F(DataBlockTest, WithoutTheEncodingLibraryTheFillFailsWithMorvikNotLoaded)
     PTSettings settings = Load(Ticket(L""), job);
     PreviewChannelState state;
     PreviewDataSet dataSet(state, [] { return std::make_unique<MorvikManager>(L"C:\\Nowhere\\qxitrn.dll"); });
-    EXPECT_EQ(ErrorOf([&] { dataSet.SetPrintPreviewData(settings, job.Proxy(), job.Properties()); }),
+    EXPECT_EQ(ErrorOf([&] { dataSet.SetPrintPreviewData(settings, job.Proxy(), job.Properties(), QX_HERE); }),
               "Morvik not loaded");
 }
 
@@ -582,12 +582,12 @@ TEST(PrnFilePath, IsWrittenAsUtf16UpTo255CharactersAndOf256IsLeftOutWithAnErrorL
 {
     PreviewChannelState state;
     PreviewDataSet dataSet(state, FakeMorvikLoader());
-    dataSet.SetPrnFilePath(L"C:\\\U0001F5A8.prn");
+    dataSet.SetPrnFilePath(L"C:\\\U0001F5A8.prn", QX_HERE);
     EXPECT_EQ(Text(state.data.prnFilePath), u"C:\\\U0001F5A8.prn") << "a surrogate pair";
-    dataSet.SetPrnFilePath(std::wstring(255, L'p'));
+    dataSet.SetPrnFilePath(std::wstring(255, L'p'), QX_HERE);
     EXPECT_EQ(Text(state.data.prnFilePath), std::u16string(255, u'p'));
     LogTail log;
-    dataSet.SetPrnFilePath(std::wstring(256, L'p'));
+    dataSet.SetPrnFilePath(std::wstring(256, L'p'), QX_HERE);
     EXPECT_EQ(Text(state.data.prnFilePath), u"");
     EXPECT_TRUE(
         LoggedAsError(log, "The prn file path of 256 characters does not fit the preview data and is left out"));

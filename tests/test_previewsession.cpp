@@ -407,6 +407,29 @@ TEST_F(PreviewSession, ThePackageCopyIsReadOnlyAndStillRemoved)
 
 // ---- names and texts
 
+// Records written by helpers name the session step they work for, and the line of their own call.
+TEST_F(PreviewSession, RecordsNameTheSessionStepTheyWereWrittenFor)
+{
+    const auto from = [](const LogTail& log, const std::string& message) {
+        std::set<std::string> functions;
+        for (const std::string& site : log.SitesOf(message)) {
+            functions.insert(site.substr(0, site.rfind(':')));
+        }
+        return functions;
+    };
+    SessionJob job(Ticket(kPreviewOn));
+    PrintPreviewManager manager;
+    auto unreadable = pipelinehost::ReadStream::FromBytes(std::vector<BYTE>(10, 'x'));
+    unreadable->FailReadsWith(pipelinehost::kReadFault);
+    const LogTail failedCopy;
+    EXPECT_FALSE(manager.CreatePrnTempFile(unreadable.Get(), job.Token()));
+    EXPECT_EQ(from(failedCopy, "Prn not processed"),
+              std::set<std::string>{"printpreviewmanager:PrintPreviewManager::CreatePrnTempFile"});
+    const std::vector<std::string> failures = failedCopy.SitesOf("Exception thrown because of failed hresult");
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].rfind("prnfilewriter:PrnFileWriter::TempFileProcessing:", 0), 0u) << failures[0];
+}
+
 TEST(PreviewTexts, TheDriverVersionLeavesOutLeadingZeroWords)
 {
     EXPECT_EQ(DriverVersionText(0x0003000000070001ULL), L"3.0.7.1");

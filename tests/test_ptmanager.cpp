@@ -180,7 +180,9 @@ TEST_F(JobTicketLoading, AJobWithoutRecordStillLoadsItsTicketButPublishesNoCount
     PTSettings settings = Load(job, JobWithTicket(Ticket(L"", 2)), ticketRead);
     EXPECT_TRUE(ticketRead);
     EXPECT_EQ(settings.GetCopies(), 2u);
-    EXPECT_TRUE(log.WaitFor(L"Job 4242 has no readable record; its page count is not published"));
+    const std::vector<std::string> sites = log.SitesOf("Job 4242 has no readable record; its page count is not published");
+    ASSERT_EQ(sites.size(), 1u);
+    EXPECT_EQ(sites[0].rfind("ptmanager:PTManager::GetJobTicket:", 0), 0u) << sites[0];
     EXPECT_EQ(Published(job, L"XPS_FP_NUMBERPAGES"), L"(absent)");
     EXPECT_EQ(Published(job, L"XPS_FP_TOTALNUMBERPAGES"), L"(absent)");
 }

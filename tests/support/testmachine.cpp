@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 #include <platform/machine.h>
 #include <platform/text.h>
@@ -82,6 +83,18 @@ std::string LogTail::Settled() const
     const std::wstring sentinel = LogSentinel();
     const std::string text = ReadSinceMark();
     return text.substr(0, text.find(platform::ToUtf8(sentinel)));
+}
+
+std::vector<std::string> LogTail::SitesOf(const std::string& message) const
+{
+    const std::string text = Settled();
+    std::vector<std::string> sites;
+    const std::string separator = "] - " + message;
+    for (std::size_t at = text.find(separator); at != std::string::npos; at = text.find(separator, at + 1)) {
+        const std::size_t open = text.rfind(" [", at);
+        sites.push_back(text.substr(open + 2, at - open - 2));
+    }
+    return sites;
 }
 
 }  // namespace testsupport

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace testsupport {
 
@@ -30,6 +31,8 @@ public:
     // Everything logged after the mark, up to a sentinel record logged and awaited by this call, so
     // that a line the system did not write can be shown to be absent.
     std::string Settled() const;
+    // Where each settled record that starts with message came from: "file:function:line".
+    std::vector<std::string> SitesOf(const std::string& message) const;
 
 private:
     std::string ReadSinceMark() const;

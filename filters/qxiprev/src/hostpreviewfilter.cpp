@@ -30,9 +30,9 @@ ComPtr<Stream> RequestStream(Request request, const LogSite& site)
     if (SUCCEEDED(hr) && !object) {
         hr = E_POINTER;
     }
-    ThrowIfFailed(hr, site);
+    ThrowIfFailed(hr, QX_FOR(site));
     ComPtr<Stream> stream;
-    ThrowIfFailed(object.As(&stream), site);
+    ThrowIfFailed(object.As(&stream), QX_FOR(site));
     return stream;
 }
 
@@ -169,10 +169,10 @@ void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& s
     ComPtr<IXpsOMPackage> package;
     {
         const ComPtr<IStream> memory = CopyToMemoryStream(m_reader);
-        ThrowIfFailed(xpsFactory->CreatePackageFromStream(memory.Get(), TRUE, &package), site);
+        ThrowIfFailed(xpsFactory->CreatePackageFromStream(memory.Get(), TRUE, &package), QX_FOR(site));
     }
     ComPtr<IXpsOMDocumentSequence> documentSequence;
-    ThrowIfFailed(package->GetDocumentSequence(&documentSequence), site);
+    ThrowIfFailed(package->GetDocumentSequence(&documentSequence), QX_FOR(site));
     bool ticketRead = false;
     PTSettings settings = PTManager::GetJobTicket(ticketRead, propertyBag, documentSequence.Get());
 
@@ -186,8 +186,8 @@ void HostPreviewFilter::RunJob(IXpsOMObjectFactory* xpsFactory, const LogSite& s
     const PreviewManagerRelease release;
     PrintPreviewManager& manager = PrintPreviewManager::GetInstance();
     const EOnOff previewOption = settings.GetPrintPreview();
-    LogAt(LogLevel::Info, site, L"Print Preview option is %s", PreviewOptionText(previewOption));
-    LogAt(LogLevel::Info, site, L"Print Preview option is%s installed", manager.IsPrintPreviewInstalled() ? L"" : L" not");
+    LogAt(LogLevel::Info, QX_FOR(site), L"Print Preview option is %s", PreviewOptionText(previewOption));
+    LogAt(LogLevel::Info, QX_FOR(site), L"Print Preview option is%s installed", manager.IsPrintPreviewInstalled() ? L"" : L" not");
     AddPrivacyProperties(settings, propertyBag);
     // Any option but off takes the preview path, an absent one too; the session itself shows the
     // application only when the option is on.
@@ -231,19 +231,19 @@ void HostPreviewFilter::RunPreview(IXpsOMPackage* package, IXpsOMDocumentSequenc
         // The preview shows the enlarged pages; the job itself still prints its own bytes.
         manager.CreatePrnTempFile(package, userToken);
     } else {
-        ThrowIfFailed(m_reader->Seek(0, STREAM_SEEK_SET, nullptr), site);
+        ThrowIfFailed(m_reader->Seek(0, STREAM_SEEK_SET, nullptr), QX_FOR(site));
         manager.CreatePrnTempFile(m_reader.Get(), userToken);
     }
     const bool accepted = manager.StartPrintPreview(settings, propertyBag);
     PrintPreviewManager::ReleaseInstance();
     if (!accepted) {
         m_writer->Close();
-        ThrowHr(E_ABORT, site);
+        ThrowHr(E_ABORT, QX_FOR(site));
     }
     PublishAcceptedPreview(settings, propertyBag);
     CopyStream(m_reader, m_writer);
     m_writer->Close();
-    LogAt(LogLevel::Info, site, L"Host Preview Filter - Finishing StartOperation_throws");
+    LogAt(LogLevel::Info, QX_FOR(site), L"Host Preview Filter - Finishing StartOperation_throws");
 }
 
 void HostPreviewFilter::PublishAcceptedPreview(PTSettings& settings, PipelinePropertyBagProxy& propertyBag)
@@ -269,5 +269,5 @@ void HostPreviewFilter::PassThrough(const LogSite& site)
     CopyStream(m_reader, m_writer);
     m_writer->Close();
     PrintPreviewManager::ReleaseInstance();
-    LogAt(LogLevel::Info, site, L"Host Preview Filter - Finishing StartOperation_throws without launching Host Preview");
+    LogAt(LogLevel::Info, QX_FOR(site), L"Host Preview Filter - Finishing StartOperation_throws without launching Host Preview");
 }

@@ -42,13 +42,13 @@ bool XpsPageSizeCorrection::Apply(IXpsOMDocumentSequence* documentSequence) cons
         return false;
     }
     ComPtr<IXpsOMDocumentCollection> documents;
-    ThrowIfFailed(documentSequence->GetDocuments(&documents), m_site);
+    ThrowIfFailed(documentSequence->GetDocuments(&documents), QX_FOR(m_site));
     UINT32 count = 0;
-    ThrowIfFailed(documents->GetCount(&count), m_site);
+    ThrowIfFailed(documents->GetCount(&count), QX_FOR(m_site));
     bool changed = false;
     for (UINT32 index = 0; index < count; ++index) {
         ComPtr<IXpsOMDocument> document;
-        ThrowIfFailed(documents->GetAt(index, &document), m_site);
+        ThrowIfFailed(documents->GetAt(index, &document), QX_FOR(m_site));
         changed = ApplyToDocument(document.Get()) || changed;
     }
     return changed;
@@ -57,13 +57,13 @@ bool XpsPageSizeCorrection::Apply(IXpsOMDocumentSequence* documentSequence) cons
 bool XpsPageSizeCorrection::ApplyToDocument(IXpsOMDocument* document) const
 {
     ComPtr<IXpsOMPageReferenceCollection> pageReferences;
-    ThrowIfFailed(document->GetPageReferences(&pageReferences), m_site);
+    ThrowIfFailed(document->GetPageReferences(&pageReferences), QX_FOR(m_site));
     UINT32 count = 0;
-    ThrowIfFailed(pageReferences->GetCount(&count), m_site);
+    ThrowIfFailed(pageReferences->GetCount(&count), QX_FOR(m_site));
     bool changed = false;
     for (UINT32 index = 0; index < count; ++index) {
         ComPtr<IXpsOMPageReference> pageReference;
-        ThrowIfFailed(pageReferences->GetAt(index, &pageReference), m_site);
+        ThrowIfFailed(pageReferences->GetAt(index, &pageReference), QX_FOR(m_site));
         changed = ApplyToPage(pageReference.Get()) || changed;
     }
     return changed;
@@ -72,9 +72,9 @@ bool XpsPageSizeCorrection::ApplyToDocument(IXpsOMDocument* document) const
 bool XpsPageSizeCorrection::ApplyToPage(IXpsOMPageReference* pageReference) const
 {
     ComPtr<IXpsOMPage> page;
-    ThrowIfFailed(pageReference->GetPage(&page), m_site);
+    ThrowIfFailed(pageReference->GetPage(&page), QX_FOR(m_site));
     XPS_SIZE dimensions{};
-    ThrowIfFailed(page->GetPageDimensions(&dimensions), m_site);
+    ThrowIfFailed(page->GetPageDimensions(&dimensions), QX_FOR(m_site));
     // Pages only grow: a page already larger than the media in a direction keeps that size.
     bool changed = false;
     if (m_target.height > dimensions.height) {
@@ -86,7 +86,7 @@ bool XpsPageSizeCorrection::ApplyToPage(IXpsOMPageReference* pageReference) cons
         changed = true;
     }
     if (changed) {
-        ThrowIfFailed(page->SetPageDimensions(&dimensions), m_site);
+        ThrowIfFailed(page->SetPageDimensions(&dimensions), QX_FOR(m_site));
     }
     return changed;
 }

@@ -85,6 +85,9 @@ void ReleaseLogSiteNames();
 void LogAt(LogLevel level, const LogSite& site, const wchar_t* format, ...);
 
 #define QX_HERE (::LogSite{__PRETTY_FUNCTION__, __FILE__, static_cast<std::uint32_t>(__LINE__)})
+// A record written by a helper on behalf of the function at site: that function's name and file,
+// and the line of the helper's own call, so that records of one function still tell its steps apart.
+#define QX_FOR(site) (::LogSite{(site).function, (site).file, static_cast<std::uint32_t>(__LINE__)})
 #define QXLOG(level, ...) ::LogAt((level), QX_HERE, __VA_ARGS__)
 #define QXLOG_INFO(...) QXLOG(LogLevel::Info, __VA_ARGS__)
 #define QXLOG_WARNING(...) QXLOG(LogLevel::Warning, __VA_ARGS__)

@@ -9,13 +9,13 @@ namespace {
 constexpr DWORD kCreationFlags = CREATE_NEW_CONSOLE | CREATE_UNICODE_ENVIRONMENT | CREATE_BREAKAWAY_FROM_JOB;
 
 // The user's environment for as long as the start needs it; none when it cannot be made, and the
-// process then starts with the environment the system gives.
+// process then starts with the environment the system gives. A failure is logged for caller.
 class UserEnvironmentBlock {
 public:
-    explicit UserEnvironmentBlock(HANDLE userToken)
+    UserEnvironmentBlock(HANDLE userToken, const LogSite& caller)
     {
         if (!CreateEnvironmentBlock(&m_block, userToken, TRUE)) {
-            QXLOG_ERROR(L"Error in CreateEnvironmentBlock %d", static_cast<int>(GetLastError()));
+            LogAt(LogLevel::Error, QX_FOR(caller), L"Error in CreateEnvironmentBlock %d", static_cast<int>(GetLastError()));
             m_block = nullptr;
         }
     }
@@ -51,7 +51,7 @@ PROCESS_INFORMATION DriverV4WinApi::ExecuteProcessAsUser(const std::wstring& exe
     startup.wShowWindow = SW_SHOWNORMAL;
     PROCESS_INFORMATION process{};
 
-    const UserEnvironmentBlock environment(userToken);
+    const UserEnvironmentBlock environment(userToken, QX_HERE);
     const std::wstring currentDirectory = FolderOf(executablePath);
     std::wstring commandLine = arguments.empty() ? executablePath : executablePath + L" " + arguments;
     if (!CreateProcessAsUserW(userToken, nullptr, commandLine.data(), nullptr, nullptr, FALSE, kCreationFlags,

@@ -65,8 +65,8 @@ template <std::size_t N>
 void ReadRequired(IPrintPipelinePropertyBag* bag, const wchar_t* name, ScopedVariant& value,
                   const VARTYPE (&accepted)[N], const LogSite& site)
 {
-    ThrowIfFailed(bag->GetProperty(name, &value), site);
-    ThrowIfFailed(CheckType(value, accepted), site);
+    ThrowIfFailed(bag->GetProperty(name, &value), QX_FOR(site));
+    ThrowIfFailed(CheckType(value, accepted), QX_FOR(site));
 }
 
 }  // namespace

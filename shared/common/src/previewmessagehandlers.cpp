@@ -15,13 +15,13 @@ using MessageBuffer = std::array<std::uint8_t, kPreviewMessageSize>;
 static_assert(sizeof(PrintPreviewData) == kPreviewMessageSize, "the data block is sent as it is");
 static_assert(sizeof(PaperSourceEntry) <= kPreviewMessageSize);
 
-// Empty when the text has no UTF-8 form (a lone surrogate).
-std::string Utf8OrEmpty(const std::wstring& text)
+// Empty when the text has no UTF-8 form (a lone surrogate); logged for caller.
+std::string Utf8OrEmpty(const std::wstring& text, const LogSite& caller)
 {
     try {
         return WideToUtf8(text);
     } catch (const std::range_error&) {
-        QXLOG_ERROR(L"Software URL cannot be converted to UTF-8");
+        LogAt(LogLevel::Error, QX_FOR(caller), L"Software URL cannot be converted to UTF-8");
         return {};
     }
 }
@@ -67,7 +67,7 @@ void PreviewMessageHandlers::OnSoftwareUrlRequest(const void* /*payload*/)
 {
     MessageBuffer buffer{};
     const auto hold = m_state.HoldData();
-    const std::string url = Utf8OrEmpty(m_state.softwareUrl);
+    const std::string url = Utf8OrEmpty(m_state.softwareUrl, QX_HERE);
     if (url.size() <= buffer.size()) {
         std::memcpy(buffer.data(), url.data(), url.size());
     } else {

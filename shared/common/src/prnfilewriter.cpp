@@ -41,7 +41,8 @@ private:
     HANDLE m_file;
 };
 
-void CopyToFile(IStreamReader& reader, HANDLE file, const std::wstring& fileName)
+// Failures are logged for caller.
+void CopyToFile(IStreamReader& reader, HANDLE file, const std::wstring& fileName, const LogSite& caller)
 {
     std::array<BYTE, kCopyChunk> buffer{};
     ULONG read = 0;
@@ -49,10 +50,11 @@ void CopyToFile(IStreamReader& reader, HANDLE file, const std::wstring& fileName
     do {
         read = 0;
         endOfStream = FALSE;
-        THROW_IF_FAILED(reader.Read(buffer.data(), kCopyChunk, &read, &endOfStream));
+        ThrowIfFailed(reader.Read(buffer.data(), kCopyChunk, &read, &endOfStream), QX_FOR(caller));
         DWORD written = 0;
         if (!WriteFile(file, buffer.data(), read, &written, nullptr) && GetLastError() != ERROR_IO_PENDING) {
-            QXLOG_ERROR(L"Error %d writing the File: %s", static_cast<int>(GetLastError()), fileName.c_str());
+            LogAt(LogLevel::Error, QX_FOR(caller), L"Error %d writing the File: %s", static_cast<int>(GetLastError()),
+                  fileName.c_str());
         }
     } while (!endOfStream && read != 0);
 }
@@ -108,7 +110,7 @@ bool PrnFileWriter::TempFileProcessing(const std::wstring& fileName, IPrintReadS
             QXLOG_ERROR(L"Error %d opening the File: %s", static_cast<int>(GetLastError()), fileName.c_str());
             return false;
         }
-        CopyToFile(reader, file.Get(), fileName);
+        CopyToFile(reader, file.Get(), fileName, QX_HERE);
         if (!file.Close()) {
             QXLOG_ERROR(L"Error %d closing the File: %s", static_cast<int>(GetLastError()), fileName.c_str());
         }

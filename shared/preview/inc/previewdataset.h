@@ -1,6 +1,7 @@
 // What the preview application learns about the job: the data block filled from the settings,
 // the pipeline property bag and the driver properties, and one entry per paper source the printer
-// reports. Both go into the session's channel state, which the message handlers send from.
+// reports. Both go into the session's channel state, which the message handlers send from. Records
+// are written in the name of the session step that asked (caller).
 #pragma once
 
 #include <cstdint>
@@ -14,6 +15,7 @@
 #include "previewchannelstate.h"
 #include "printerdriverproperties.h"
 #include "ptsettings.h"
+#include "qxdrvlogger.h"
 
 class PreviewDataSet {
 public:
@@ -37,22 +39,23 @@ public:
     // standard conversion's std::invalid_argument or std::out_of_range when XPS_FP_NUMBERPAGES is
     // absent or not a decimal number (with this standard library both say just "stoi").
     void SetPrintPreviewData(PTSettings settings, PipelinePropertyBagProxy& propertyBag,
-                             PrinterDriverProperties& driverProperties);
+                             PrinterDriverProperties& driverProperties, const LogSite& caller);
     // Appends the printer's paper sources, asked through KORU or through bidi. Throws
     // std::invalid_argument "Printer name is blank or null" for a bag without a printer name.
-    void SetPaperSourcesData(IPipelinePropertyBagProxy& propertyBag, bool useKoru);
+    void SetPaperSourcesData(IPipelinePropertyBagProxy& propertyBag, bool useKoru, const LogSite& caller);
 
     // The session's own fields of the data block; a path that does not fit is logged and left out.
-    void SetPrnFilePath(const std::wstring& path);
+    void SetPrnFilePath(const std::wstring& path, const LogSite& caller);
 
     // Appends one entry per source, numbered on from 1 in the list's order.
-    void AppendPaperSources(const BIDI_PAPERSOURCE& paperSources);
-    static PaperSourceEntry MakePaperSourceEntry(const BIDI_PAPERSOURCE_ITEM& source, std::uint32_t position);
+    void AppendPaperSources(const BIDI_PAPERSOURCE& paperSources, const LogSite& caller);
+    static PaperSourceEntry MakePaperSourceEntry(const BIDI_PAPERSOURCE_ITEM& source, std::uint32_t position,
+                                                 const LogSite& caller);
 
 private:
-    void SetEncodedSettings(PTSettings& settings);
+    void SetEncodedSettings(PTSettings& settings, const LogSite& caller);
     void SetPageCount(PipelinePropertyBagProxy& propertyBag);
-    void SetNames(PTSettings& settings, PipelinePropertyBagProxy& propertyBag);
+    void SetNames(PTSettings& settings, PipelinePropertyBagProxy& propertyBag, const LogSite& caller);
     void SetMediaAndScaling(PTSettings& settings);
     void SetDriverFlags(PTSettings& settings, PrinterDriverProperties& driverProperties);
 

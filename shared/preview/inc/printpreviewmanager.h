@@ -15,6 +15,9 @@
 #include "pipelinepropertybagproxy.h"
 #include "printerdriverproperties.h"
 #include "ptsettings.h"
+#include "qxdrvlogger.h"
+
+class PreviewDataSet;
 
 class PrintPreviewManager {
 public:
@@ -76,7 +79,11 @@ private:
     class Session;
 
     template <class Content>
-    bool CreatePrnTempFileFrom(Content content, HANDLE userToken);
+    bool CreatePrnTempFileFrom(Content content, HANDLE userToken, const LogSite& caller);
+    // The session's two collection steps; what they log carries their names.
+    static void SetPrintPreviewData(PreviewDataSet& dataSet, const PTSettings& settings,
+                                    PipelinePropertyBagProxy& propertyBag, PrinterDriverProperties& driverProperties);
+    static void SetPaperSourcesData(PreviewDataSet& dataSet, IPipelinePropertyBagProxy& propertyBag, bool useKoru);
     void DeleteOwnPrnFile();
 
     std::wstring m_executablePath;

@@ -16,38 +16,39 @@
 namespace {
 
 template <std::size_t N>
-void CopyWideOrLog(const wchar_t* what, const std::u16string& text, char16_t (&field)[N])
+void CopyWideOrLog(const wchar_t* what, const std::u16string& text, char16_t (&field)[N], const LogSite& caller)
 {
     if (!CopyToRecordField(std::u16string_view(text), field)) {
-        QXLOG_ERROR(L"The %s of %u characters does not fit the preview data and is left out", what,
-                    static_cast<unsigned>(text.size()));
+        LogAt(LogLevel::Error, QX_FOR(caller), L"The %s of %u characters does not fit the preview data and is left out",
+              what, static_cast<unsigned>(text.size()));
     }
 }
 
 template <std::size_t N>
-void CopyNarrowOrLog(const wchar_t* what, const std::string& text, char (&field)[N])
+void CopyNarrowOrLog(const wchar_t* what, const std::string& text, char (&field)[N], const LogSite& caller)
 {
     if (!CopyToRecordField(std::string_view(text), field)) {
-        QXLOG_ERROR(L"The %s of %u bytes does not fit the preview data and is left out", what,
-                    static_cast<unsigned>(text.size()));
+        LogAt(LogLevel::Error, QX_FOR(caller), L"The %s of %u bytes does not fit the preview data and is left out", what,
+              static_cast<unsigned>(text.size()));
     }
 }
 
 std::uint8_t Flag(bool value) { return value ? 1 : 0; }
 
-std::int32_t MediaTypeId(const std::wstring& text)
+std::int32_t MediaTypeId(const std::wstring& text, const LogSite& caller)
 {
     if (text.empty()) {
         return PreviewDataSet::kNoMediaTypeId;
     }
     try {
         const std::int32_t id = std::stoi(text);
-        QXLOG_INFO(L"Media Type Id value = %i", id);
+        LogAt(LogLevel::Info, QX_FOR(caller), L"Media Type Id value = %i", id);
         return id;
     } catch (const std::exception& exception) {
-        QXLOG_ERROR(L"Convert Media Type Id exception: %s.", AnsiToWide(exception.what()).c_str());
+        LogAt(LogLevel::Error, QX_FOR(caller), L"Convert Media Type Id exception: %s.",
+              AnsiToWide(exception.what()).c_str());
         const std::int32_t id = 0;
-        QXLOG_INFO(L"Media Type Custom Id = %i", id);
+        LogAt(LogLevel::Info, QX_FOR(caller), L"Media Type Custom Id = %i", id);
         return id;
     }
 }
@@ -65,22 +66,22 @@ PreviewDataSet::PreviewDataSet(PreviewChannelState& state, MorvikLoader loadMorv
 }
 
 void PreviewDataSet::SetPrintPreviewData(PTSettings settings, PipelinePropertyBagProxy& propertyBag,
-                                         PrinterDriverProperties& driverProperties)
+                                         PrinterDriverProperties& driverProperties, const LogSite& caller)
 {
-    SetEncodedSettings(settings);
+    SetEncodedSettings(settings, caller);
     m_state.data.copies = settings.GetCopies();
     SetPageCount(propertyBag);
-    SetNames(settings, propertyBag);
+    SetNames(settings, propertyBag, caller);
     SetMediaAndScaling(settings);
     SetDriverFlags(settings, driverProperties);
 }
 
-void PreviewDataSet::SetEncodedSettings(PTSettings& settings)
+void PreviewDataSet::SetEncodedSettings(PTSettings& settings, const LogSite& caller)
 {
     // Loaded only around its use; it is freed on every way out.
     const std::unique_ptr<MorvikManager> morvik = m_loadMorvik();
     morvik->Fill(settings);
-    CopyNarrowOrLog(L"encoded settings text", morvik->Encode(), m_state.data.encodedSettings);
+    CopyNarrowOrLog(L"encoded settings text", morvik->Encode(), m_state.data.encodedSettings, caller);
     morvik->Unload();
 }
 
@@ -89,24 +90,25 @@ void PreviewDataSet::SetPageCount(PipelinePropertyBagProxy& propertyBag)
     m_state.data.pageCount = std::stoi(propertyBag.GetStringProperty(XPS_FP_NUMBERPAGES));
 }
 
-void PreviewDataSet::SetNames(PTSettings& settings, PipelinePropertyBagProxy& propertyBag)
+void PreviewDataSet::SetNames(PTSettings& settings, PipelinePropertyBagProxy& propertyBag, const LogSite& caller)
 {
     JobAttributeSettings job(propertyBag);
     const std::u16string documentName =
         CutRecordUtf16(ToRecordUtf16(job.GetDocumentName()), kDocumentNameCharacters);
-    CopyWideOrLog(L"document name", documentName, m_state.data.documentName);
-    CopyWideOrLog(L"printer name", ToRecordUtf16(propertyBag.GetPrinterName()), m_state.data.printerName);
+    CopyWideOrLog(L"document name", documentName, m_state.data.documentName, caller);
+    CopyWideOrLog(L"printer name", ToRecordUtf16(propertyBag.GetPrinterName()), m_state.data.printerName, caller);
     if (settings.HasCustomMediaTypeName()) {
         wchar_t name[Settings::kCustomMediaTypeNameCharacters] = {};
         settings.GetCustomMediaTypeName(name, Settings::kCustomMediaTypeNameCharacters);
         // The application's own limit, one below its field.
         std::u16string text = ToRecordUtf16(name);
         if (text.size() > kCustomMediaTypeNameLimit) {
-            QXLOG_ERROR(L"The custom media type name of %u characters is longer than %u and is left out",
-                        static_cast<unsigned>(text.size()), static_cast<unsigned>(kCustomMediaTypeNameLimit));
+            LogAt(LogLevel::Error, QX_FOR(caller),
+                  L"The custom media type name of %u characters is longer than %u and is left out",
+                  static_cast<unsigned>(text.size()), static_cast<unsigned>(kCustomMediaTypeNameLimit));
             text.clear();
         }
-        CopyWideOrLog(L"custom media type name", text, m_state.data.customMediaTypeName);
+        CopyWideOrLog(L"custom media type name", text, m_state.data.customMediaTypeName, caller);
     }
 }
 
@@ -133,12 +135,12 @@ void PreviewDataSet::SetDriverFlags(PTSettings& settings, PrinterDriverPropertie
     data.cropLinesRbaAutorotatePdf = Flag(driverProperties.CanDoCropLinesAndRBAAndAutoRotatePDF() != 0);
 }
 
-void PreviewDataSet::SetPrnFilePath(const std::wstring& path)
+void PreviewDataSet::SetPrnFilePath(const std::wstring& path, const LogSite& caller)
 {
-    CopyWideOrLog(L"prn file path", ToRecordUtf16(path), m_state.data.prnFilePath);
+    CopyWideOrLog(L"prn file path", ToRecordUtf16(path), m_state.data.prnFilePath, caller);
 }
 
-void PreviewDataSet::SetPaperSourcesData(IPipelinePropertyBagProxy& propertyBag, bool useKoru)
+void PreviewDataSet::SetPaperSourcesData(IPipelinePropertyBagProxy& propertyBag, bool useKoru, const LogSite& caller)
 {
     BidiPaperSourceReader reader(propertyBag.GetPrinterName());
     if (reader.Open() != BidiPaperSourceReader::kOpened) {
@@ -146,19 +148,20 @@ void PreviewDataSet::SetPaperSourcesData(IPipelinePropertyBagProxy& propertyBag,
     }
     const std::optional<BIDI_PAPERSOURCE> paperSources = ReadPaperSources(reader, useKoru);
     if (paperSources) {
-        AppendPaperSources(*paperSources);
+        AppendPaperSources(*paperSources, caller);
     }
 }
 
-void PreviewDataSet::AppendPaperSources(const BIDI_PAPERSOURCE& paperSources)
+void PreviewDataSet::AppendPaperSources(const BIDI_PAPERSOURCE& paperSources, const LogSite& caller)
 {
     std::uint32_t position = 1;
     for (const BIDI_PAPERSOURCE_ITEM& source : paperSources.sources) {
-        m_state.paperSources.push_back(MakePaperSourceEntry(source, position++));
+        m_state.paperSources.push_back(MakePaperSourceEntry(source, position++, caller));
     }
 }
 
-PaperSourceEntry PreviewDataSet::MakePaperSourceEntry(const BIDI_PAPERSOURCE_ITEM& source, std::uint32_t position)
+PaperSourceEntry PreviewDataSet::MakePaperSourceEntry(const BIDI_PAPERSOURCE_ITEM& source, std::uint32_t position,
+                                                      const LogSite& caller)
 {
     PaperSourceEntry entry{};
     entry.state = Flag(source.stateFlag != 0);
@@ -167,8 +170,9 @@ PaperSourceEntry PreviewDataSet::MakePaperSourceEntry(const BIDI_PAPERSOURCE_ITE
     entry.constant8 = kPaperSourceConstant;
     entry.width = MicronsFromPrinterUnits(source.width);
     entry.length = MicronsFromPrinterUnits(source.length);
-    entry.mediaTypeId = MediaTypeId(source.mediaType);
+    entry.mediaTypeId = MediaTypeId(source.mediaType, caller);
     entry.sourceType = static_cast<std::uint32_t>(source.type);
-    CopyWideOrLog(L"paper source name", CutRecordUtf16(ToRecordUtf16(source.name), kSourceNameCharacters), entry.name);
+    CopyWideOrLog(L"paper source name", CutRecordUtf16(ToRecordUtf16(source.name), kSourceNameCharacters), entry.name,
+                  caller);
     return entry;
 }

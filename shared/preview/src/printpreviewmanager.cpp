@@ -35,13 +35,13 @@ constexpr DWORD kTerminationGraceMs = 5000;
 
 thread_local std::unique_ptr<PrintPreviewManager> t_instance;
 
-// The byte size of a string value; false (logged with the value's name) when it cannot be had.
-bool QueryValueSize(HKEY key, const wchar_t* valueName, DWORD& bytes)
+// The byte size of a string value; false (logged for caller with the value's name) when it cannot be had.
+bool QueryValueSize(HKEY key, const wchar_t* valueName, DWORD& bytes, const LogSite& caller)
 {
     bytes = 0;
     const LSTATUS status = RegQueryValueExW(key, valueName, nullptr, nullptr, nullptr, &bytes);
     if (status != ERROR_SUCCESS) {
-        QXLOG_ERROR(L"Error %d query registry key %s", static_cast<int>(status), valueName);
+        LogAt(LogLevel::Error, QX_FOR(caller), L"Error %d query registry key %s", static_cast<int>(status), valueName);
         return false;
     }
     return true;
@@ -88,7 +88,8 @@ std::wstring PrintPreviewManager::GetPrintPreviewInstallationPath()
     }
     DWORD pathBytes = 0;
     DWORD fileBytes = 0;
-    if (!QueryValueSize(key.Get(), L"PPExecPath", pathBytes) || !QueryValueSize(key.Get(), L"PPExecFile", fileBytes)) {
+    if (!QueryValueSize(key.Get(), L"PPExecPath", pathBytes, QX_HERE) ||
+        !QueryValueSize(key.Get(), L"PPExecFile", fileBytes, QX_HERE)) {
         return std::wstring();
     }
     return ReadStringValue(key.Get(), L"PPExecPath", pathBytes) + ReadStringValue(key.Get(), L"PPExecFile", fileBytes);
@@ -104,24 +105,24 @@ bool PrintPreviewManager::IsPrintPreviewInstalled()
 
 bool PrintPreviewManager::CreatePrnTempFile(IXpsOMPackage* package, HANDLE userToken)
 {
-    return CreatePrnTempFileFrom(package, userToken);
+    return CreatePrnTempFileFrom(package, userToken, QX_HERE);
 }
 
 bool PrintPreviewManager::CreatePrnTempFile(IPrintReadStream* stream, HANDLE userToken)
 {
     // Held for the call: the caller's reference may go while the copy runs.
     const Microsoft::WRL::ComPtr<IPrintReadStream> held(stream);
-    return CreatePrnTempFileFrom(held.Get(), userToken);
+    return CreatePrnTempFileFrom(held.Get(), userToken, QX_HERE);
 }
 
 template <class Content>
-bool PrintPreviewManager::CreatePrnTempFileFrom(Content content, HANDLE userToken)
+bool PrintPreviewManager::CreatePrnTempFileFrom(Content content, HANDLE userToken, const LogSite& caller)
 {
     const ScopedImpersonation asUser(userToken);
     const std::wstring folder = PrnFileWriter::GetLocalTempFolder();
     const std::wstring name = folder.empty() ? std::wstring() : PrnFileWriter::MakeTempFileName(folder);
     if (!PrnFileWriter::TempFileProcessing(name, content)) {
-        QXLOG_INFO(L"Prn not processed");
+        LogAt(LogLevel::Info, QX_FOR(caller), L"Prn not processed");
         PrnFileWriter::Delete(name);
         return false;
     }
@@ -129,6 +130,19 @@ bool PrintPreviewManager::CreatePrnTempFileFrom(Content content, HANDLE userToke
     m_ownPrnFile = name;
     m_prnFilePath = name;
     return true;
+}
+
+void PrintPreviewManager::SetPrintPreviewData(PreviewDataSet& dataSet, const PTSettings& settings,
+                                              PipelinePropertyBagProxy& propertyBag,
+                                              PrinterDriverProperties& driverProperties)
+{
+    dataSet.SetPrintPreviewData(settings, propertyBag, driverProperties, QX_HERE);
+}
+
+void PrintPreviewManager::SetPaperSourcesData(PreviewDataSet& dataSet, IPipelinePropertyBagProxy& propertyBag,
+                                              bool useKoru)
+{
+    dataSet.SetPaperSourcesData(propertyBag, useKoru, QX_HERE);
 }
 
 void PrintPreviewManager::DeleteOwnPrnFile()
@@ -223,14 +237,14 @@ bool PrintPreviewManager::StartPrintPreview(PTSettings& settings, PipelineProper
     // on, never see a half-filled block.
     PreviewChannelState collected;
     PreviewDataSet dataSet(collected);
-    dataSet.SetPrintPreviewData(settings, propertyBag, driverProperties);
+    SetPrintPreviewData(dataSet, settings, propertyBag, driverProperties);
     collected.data.pdlId = static_cast<std::uint32_t>(pdl);
     PTSettings rollWidthSettings(settings);
     collected.data.rollWidth =
         static_cast<std::uint32_t>(GetAutorotateRollWidth(driverProperties, rollWidthSettings));
     driverProperties.GetSoftwareUrl(collected.softwareUrl);
     if (driverProperties.HasBidiInformation()) {
-        dataSet.SetPaperSourcesData(propertyBag, driverProperties.IsKoruOnly() != 0);
+        SetPaperSourcesData(dataSet, propertyBag, driverProperties.IsKoruOnly() != 0);
     }
     if (pdl == OtherPdl) {
         // An upstream filter has written the printable file for such printers; that is what the
@@ -240,7 +254,7 @@ bool PrintPreviewManager::StartPrintPreview(PTSettings& settings, PipelineProper
             m_prnFilePath = printableFile;
         }
     }
-    dataSet.SetPrnFilePath(m_prnFilePath);
+    dataSet.SetPrnFilePath(m_prnFilePath, QX_HERE);
     QXLOG_INFO(L"Set Print Preview Data");
     QXLOG_INFO(L"Driver version: %s", GetDriverVersion(propertyBag.GetPrinterName()).c_str());
     state.Publish(collected);

@@ -39,10 +39,11 @@ const CustomSizeQueries& NamedSizeQueries()
     return queries;
 }
 
-void AppendChild(IXMLDOMNode* parent, IXMLDOMNode* child)
+// A failure is logged and thrown for caller.
+void AppendChild(IXMLDOMNode* parent, IXMLDOMNode* child, const LogSite& caller)
 {
     ComPtr<IXMLDOMNode> appended;
-    THROW_IF_FAILED(parent->appendChild(child, &appended));
+    ThrowIfFailed(parent->appendChild(child, &appended), QX_FOR(caller));
 }
 
 }  // namespace
@@ -88,18 +89,18 @@ void WriteCustomMediaSize(XMLHandler& ticket, const CustomMediaSizeDesc& desc, c
     const ComPtr<IXMLDOMElement> feature = ticket.CreateFeature(kPageMediaSize, kKeywords);
     ticket.AppendToRoot(feature.Get());
     const ComPtr<IXMLDOMElement> option = ticket.CreateOption(desc.option, desc.optionNamespace);
-    AppendChild(feature.Get(), option.Get());
+    AppendChild(feature.Get(), option.Get(), QX_HERE);
     for (std::size_t row = 0; row < desc.propertyCount && row < values.size(); ++row) {
         const CustomSizeProperty& property = desc.properties[row];
         const ComPtr<IXMLDOMElement> scored = ticket.CreateScoredProperty(property.scoredProperty,
                                                                           property.scoredPropertyNamespace);
         const ComPtr<IXMLDOMElement> reference = ticket.CreateParameterRef(property.parameter,
                                                                            property.parameterNamespace);
-        AppendChild(scored.Get(), reference.Get());
-        AppendChild(option.Get(), scored.Get());
+        AppendChild(scored.Get(), reference.Get(), QX_HERE);
+        AppendChild(option.Get(), scored.Get(), QX_HERE);
         const ComPtr<IXMLDOMElement> parameter = ticket.CreateParameterInit(property.parameter,
                                                                             property.parameterNamespace);
-        AppendChild(parameter.Get(), ticket.CreateIntegerValue(values[row]).Get());
+        AppendChild(parameter.Get(), ticket.CreateIntegerValue(values[row]).Get(), QX_HERE);
         ticket.AppendToRoot(parameter.Get());
     }
 }

@@ -28,14 +28,15 @@ std::wstring PrinterNameAsKept(const std::wstring& name)
     return name.size() < kPrinterNameCharacters ? name : std::wstring();
 }
 
-// The job's page count from the spooler; none when its record cannot be read.
-std::optional<DWORD> ReadTotalPages(HANDLE printer, DWORD jobId)
+// The job's page count from the spooler; none when its record cannot be read. Logged for caller.
+std::optional<DWORD> ReadTotalPages(HANDLE printer, DWORD jobId, const LogSite& caller)
 {
     const std::vector<BYTE> record = ReadSpoolerRecord([printer, jobId](BYTE* data, DWORD size, DWORD* needed) {
         return GetJobW(printer, jobId, 2, data, size, needed) != FALSE;
     });
     if (record.empty()) {
-        QXLOG_WARNING(L"Job %u has no readable record; its page count is not published", jobId);
+        LogAt(LogLevel::Warning, QX_FOR(caller), L"Job %u has no readable record; its page count is not published",
+              jobId);
         return std::nullopt;
     }
     return reinterpret_cast<const JOB_INFO_2W*>(record.data())->TotalPages;
@@ -48,17 +49,18 @@ void PublishPageCount(PipelinePropertyBagProxy& propertyBag, const std::optional
     }
 }
 
-ComPtr<IStream> OpenTicketStream(IXpsOMDocumentSequence* documentSequence)
+// Failures are logged and thrown for caller.
+ComPtr<IStream> OpenTicketStream(IXpsOMDocumentSequence* documentSequence, const LogSite& caller)
 {
     ComPtr<IXpsOMPrintTicketResource> resource;
-    THROW_IF_FAILED(documentSequence->GetPrintTicketResource(&resource));
+    ThrowIfFailed(documentSequence->GetPrintTicketResource(&resource), QX_FOR(caller));
     if (resource == nullptr) {
         // A package without a job ticket still prints, with nothing of the ticket known, as
         // when its ticket does not load.
         return nullptr;
     }
     ComPtr<IStream> stream;
-    THROW_IF_FAILED(resource->GetStream(&stream));
+    ThrowIfFailed(resource->GetStream(&stream), QX_FOR(caller));
     return stream;
 }
 
@@ -101,10 +103,10 @@ PTSettings PTManager::GetJobTicket(bool& ticketRead, PipelinePropertyBagProxy& p
     if (printer.Get() == nullptr) {
         return PTSettings(nullptr);
     }
-    const std::optional<DWORD> totalPages = ReadTotalPages(printer.Get(), propertyBag.GetJobID());
+    const std::optional<DWORD> totalPages = ReadTotalPages(printer.Get(), propertyBag.GetJobID(), QX_HERE);
     PublishPageCount(propertyBag, totalPages);
 
-    const ComPtr<IStream> ticketStream = OpenTicketStream(documentSequence);
+    const ComPtr<IStream> ticketStream = OpenTicketStream(documentSequence, QX_HERE);
     if (ticketStream == nullptr) {
         return PTSettings(nullptr);
     }
