@@ -12,7 +12,8 @@ build_dir=${BUILD_DIR:-$root/build}
 
 bash "$root/scripts/build.sh"
 machine="$build_dir/machine"
-mkdir -p "$machine"
+# The host refuses a root that others may write, whatever the umask made of it.
+mkdir -p -m 0755 "$machine"
 job=(--input "$root/samples/jobs/preview.xps")
 log_level=(--log-level info)
 for argument in "$@"; do

@@ -120,6 +120,8 @@ public:
         char pattern[] = "/tmp/qxtest-pipelinehost-XXXXXX";
         path_ = ::mkdtemp(pattern);
         fs::create_directory(path_ / "machine");
+        // Whatever the umask: the host takes only a root that nobody else may write.
+        fs::permissions(path_ / "machine", fs::perms(0755));
     }
     ~TempFolder()
     {
@@ -714,6 +716,37 @@ TEST(PipelineHostProgram, WithoutMachineACopiedHostRunsOnTheBundledMachineBeside
     const auto [shown, driver] = run("--show-driver --printer 'QX Quarry 36'");
     EXPECT_EQ(shown, 0) << driver;
     EXPECT_NE(driver.find("legacy property bag file (.ldpb)"), std::string::npos) << driver;
+}
+
+// The machine starts the programs under its root as the job's user, so a root others may write, or
+// another user's, could run their program in the user's name: given by --root or by the variable
+// that stands for the default, it is refused before anything runs.
+TEST(PipelineHostProgramErrors, AMachineRootOthersMayWriteOrOwnIsRefusedAndNothingRuns)
+{
+    TempFolder folder;
+    const std::string root = (folder / "machine").string();
+    const auto refused = [&](const std::string& why) {
+        for (const std::string& prefix : {std::string(), "QX_MACHINE_ROOT=" + root + " "}) {
+            std::vector<std::string> arguments{"--input", SampleJob("sample.xps").string(), "--log-level", "info",
+                                               "--output", (folder / "out.bin").string()};
+            if (prefix.empty()) {
+                arguments.insert(arguments.end(), {"--root", root});
+            }
+            const ProcessResult run = RunHost(arguments, folder, prefix);
+            EXPECT_EQ(run.exitCode, 2) << run.out << run.err;
+            EXPECT_EQ(run.out, "");
+            EXPECT_EQ(run.err, "qxpipelinehost: machine root " + root + why + "; refused\n");
+            EXPECT_FALSE(fs::exists(folder / "out.bin")) << "nothing ran";
+            EXPECT_TRUE(fs::is_empty(root)) << "nothing ran";
+        }
+    };
+    fs::permissions(root, fs::perms::all);
+    refused(" may be written by others (mode 0777)");
+    if (::geteuid() == 0) {
+        fs::permissions(root, fs::perms(0755));
+        ASSERT_EQ(::chown(root.c_str(), 65534, 65534), 0);
+        refused(" belongs to user 65534, not to this user (0)");
+    }
 }
 
 // ---- many jobs in one host process

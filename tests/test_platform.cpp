@@ -471,6 +471,33 @@ TEST(Machine, MapsWindowsPathsUnderTheRoot)
     EXPECT_EQ(platform::HostPathOf(L""), std::nullopt);
 }
 
+// Another user may make the default root's entry in /tmp first: a missing root is made the user's
+// own, an existing one is judged as itself, and a link is taken only when the caller named it.
+TEST(Machine, ARootMustBeTheUsersOwnAndTheDefaultIsMadePrivateAndNeverFollowed)
+{
+    char pattern[] = "/tmp/qxtest-root-XXXXXX";
+    const fs::path base = ::mkdtemp(pattern);
+    const std::string made = base / "made";
+    const std::string link = base / "link";
+    EXPECT_EQ(platform::MachineRootRefusal(made, true), std::nullopt);
+    EXPECT_EQ(fs::status(made).permissions(), fs::perms(::geteuid() == 0 ? 0711 : 0700));
+    EXPECT_EQ(platform::MachineRootRefusal(made, true), std::nullopt) << "the user's own root, again";
+    fs::create_directory_symlink(made, link);
+    EXPECT_NE(platform::MachineRootRefusal(link, true), std::nullopt);
+    EXPECT_EQ(platform::MachineRootRefusal(link, false), std::nullopt);
+    fs::permissions(made, fs::perms::all);
+    EXPECT_EQ(platform::MachineRootRefusal(made, true),
+              "machine root " + made + " may be written by others (mode 0777); refused");
+    EXPECT_NE(platform::MachineRootRefusal(link, false), std::nullopt);
+    if (::geteuid() == 0) {
+        fs::permissions(made, fs::perms(0755));
+        ASSERT_EQ(::chown(made.c_str(), 65534, 65534), 0);
+        EXPECT_EQ(platform::MachineRootRefusal(made, false),
+                  "machine root " + made + " belongs to user 65534, not to this user (0); refused");
+    }
+    fs::remove_all(base);
+}
+
 TEST(Machine, FileAttributesFollowWindows)
 {
     const fs::path folder = fs::path(platform::MachineRoot()) / "C" / "attributes";

@@ -1,8 +1,13 @@
 #include "platform/machine.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwctype>
 #include <filesystem>
 #include <mutex>
@@ -23,11 +28,32 @@ RootSetting& Root()
     static RootSetting* setting = [] {
         auto* s = new RootSetting;
         const char* fromEnvironment = std::getenv("QX_MACHINE_ROOT");
-        s->root = fromEnvironment != nullptr && *fromEnvironment != '\0' ? fromEnvironment
-                                                                          : "/tmp/qxmachine-" + std::to_string(::getuid());
+        s->root = fromEnvironment != nullptr && *fromEnvironment != '\0' ? fromEnvironment : DefaultMachineRoot();
         return s;
     }();
     return *setting;
+}
+
+std::string OctalMode(mode_t mode)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "%04o", static_cast<unsigned>(mode & 07777));
+    return text;
+}
+
+// A new root gets exactly its mode, whatever the umask took from it.
+std::optional<std::string> MakePrivateRoot(const std::string& folder, mode_t mode)
+{
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    const bool set = descriptor >= 0 && ::fchmod(descriptor, mode) == 0;
+    const int error = errno;
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+    if (!set) {
+        return "cannot make machine root " + folder + " private: " + std::strerror(error);
+    }
+    return std::nullopt;
 }
 
 // Splits on both separators; "." is dropped and ".." may not climb above the drive.
@@ -86,6 +112,41 @@ void SetMachineRoot(const std::string& hostFolder)
 {
     std::lock_guard lock(Root().mutex);
     Root().root = hostFolder;
+}
+
+std::string DefaultMachineRoot() { return "/tmp/qxmachine-" + std::to_string(::getuid()); }
+
+std::optional<std::string> MachineRootRefusal(const std::string& folder, bool createPrivate)
+{
+    if (createPrivate) {
+        const mode_t mode = ::geteuid() == 0 ? 0711 : 0700;
+        if (::mkdir(folder.c_str(), mode) == 0) {
+            return MakePrivateRoot(folder, mode);
+        }
+        if (errno != EEXIST) {
+            return "cannot create machine root " + folder + ": " + std::strerror(errno);
+        }
+    }
+    struct stat status {};
+    if ((createPrivate ? ::lstat(folder.c_str(), &status) : ::stat(folder.c_str(), &status)) != 0) {
+        return "machine root " + folder + " is not a folder: " + std::strerror(errno);
+    }
+    if (S_ISLNK(status.st_mode)) {
+        return "machine root " + folder + " is a symbolic link, which anyone may have made there; refused";
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        return "machine root " + folder + " is not a folder";
+    }
+    if (status.st_uid != ::geteuid()) {
+        return "machine root " + folder + " belongs to user " + std::to_string(status.st_uid) + ", not to this user (" +
+               std::to_string(::geteuid()) + "); refused";
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return "machine root " + folder + " may be written by " +
+               ((status.st_mode & S_IWOTH) != 0 ? "others" : "its group") + " (mode " + OctalMode(status.st_mode) +
+               "); refused";
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string> HostPathOf(const std::wstring& windowsPath)

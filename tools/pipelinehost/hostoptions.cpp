@@ -267,7 +267,8 @@ std::string HostUsage()
            "  --help                  this text\n"
            "\n"
            "Exit status: 0 StartOperation succeeded (for every job), 1 the filter failed (for any job),\n"
-           "2 usage error, unreadable file, refused machine description, or module that cannot be loaded.\n";
+           "2 usage error, unreadable file, refused machine root or description, or module that cannot\n"
+           "be loaded.\n";
 }
 
 }  // namespace pipelinehost

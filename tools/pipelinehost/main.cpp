@@ -1,7 +1,5 @@
 // qxpipelinehost: runs the filter module for a job, or for many jobs side by side, as the print
 // filter pipeline would, and reports what the filter did.
-#include <sys/stat.h>
-
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -39,14 +37,20 @@ constexpr int kSucceeded = 0;
 constexpr int kFilterFailed = 1;
 constexpr int kCannotRun = 2;
 
+// The machine runs the programs under its root as the job's user, so a root someone else may write
+// would run their program in the user's name: every root must be the user's own. The default one
+// lies in /tmp, where another user may have put it first, so it is made private or taken only as
+// itself; a root given by --root or $QX_MACHINE_ROOT is the caller's choice, links included.
 void UseMachineRoot(const std::string& root)
 {
+    const std::string current = platform::MachineRoot();
+    const std::string folder = root.empty() ? current : root;
+    const bool isDefault = root.empty() && current == platform::DefaultMachineRoot();
+    if (const std::optional<std::string> refusal = platform::MachineRootRefusal(folder, isDefault)) {
+        throw SetupError(*refusal);
+    }
     if (root.empty()) {
         return;
-    }
-    struct stat status {};
-    if (::stat(root.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
-        throw SetupError("machine root " + root + " is not a folder");
     }
     // Absolute, so that the report names it unambiguously and no change of folder can move it.
     char* absolute = ::realpath(root.c_str(), nullptr);
