@@ -34,6 +34,12 @@ TestMachine::TestMachine()
     QXDrvLogger::Initialize(L"C:\\QX Inc\\Calvost");
 }
 
+void TestMachine::Remove() const
+{
+    std::error_code ignored;
+    fs::remove_all(root_, ignored);
+}
+
 fs::path TestMachine::LogFile() const { return root_ / "C" / "QX Inc" / "Calvost" / "qxdrvlog.log"; }
 
 LogTail::LogTail()

@@ -15,6 +15,8 @@ public:
 
     const std::filesystem::path& Root() const { return root_; }
     std::filesystem::path LogFile() const;
+    // Removes the machine's folder once the tests are done with it.
+    void Remove() const;
 
 private:
     TestMachine();

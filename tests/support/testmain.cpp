@@ -7,5 +7,7 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     testsupport::TestMachine::Get();
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    testsupport::TestMachine::Get().Remove();
+    return result;
 }
