@@ -3,13 +3,16 @@
 // over a double of the communication library, one session's handlers kept apart from another's.
 // The whole conversation over the real libraries is test_previewsession's.
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -984,21 +987,27 @@ TEST_F(ChannelTest, ASessionThatEndedClosesItsPipeAndIgnoresLateMessages)
     EXPECT_TRUE(fakeComLib.sent.empty());
 }
 
-TEST_F(ChannelTest, ThereAreSixteenSlotsAndASeventeenthSessionFails)
+TEST_F(ChannelTest, ASessionBeyondEverySlotWaitsForOneInsteadOfFailing)
 {
     std::vector<std::unique_ptr<Session>> sessions;
     for (std::size_t i = 0; i < PreviewHandlerSlot::kSlotCount; ++i) {
         sessions.push_back(std::make_unique<Session>("S" + std::to_string(i)));
     }
     LogTail log;
-    EXPECT_EQ(ErrorOf([] { Session extra("X"); }), "No free preview channel");
-    EXPECT_TRUE(LoggedAsError(log, "All 16 preview channels are in use"));
+    std::promise<std::size_t> slotTaken;
+    std::thread extra([&] {
+        Session next("Y");
+        next.Request(next.slot.DataRequestHandler());
+        slotTaken.set_value(next.slot.Index());
+    });
+    EXPECT_TRUE(log.WaitFor(L"All 256 preview channels are in use; waiting for one"));
+    std::future<std::size_t> taken = slotTaken.get_future();
+    EXPECT_EQ(taken.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
 
     const std::size_t freed = sessions[5]->slot.Index();
     sessions[5].reset();
-    Session next("Y");
-    EXPECT_EQ(next.slot.Index(), freed);
-    next.Request(next.slot.DataRequestHandler());
+    EXPECT_EQ(taken.get(), freed);
+    extra.join();
     ASSERT_FALSE(fakeComLib.sent.empty());
     EXPECT_EQ(fakeComLib.sent.back().pipe, "Y_OUT");
 }

@@ -1,7 +1,8 @@
 // The library calls a message handler as a plain function with nothing but the payload, and two
 // jobs may run previews at the same time in one process. So each session takes one of a fixed
 // number of slots, each with its own three plain functions, and binds its handlers to it for as
-// long as it holds the slot.
+// long as it holds the slot. The number is far beyond the previews one process serves at once; a
+// session beyond it waits for a slot rather than fail its job.
 #pragma once
 
 #include <cstddef>
@@ -14,11 +15,10 @@
 
 class PreviewHandlerSlot {
 public:
-    static constexpr std::size_t kSlotCount = 16;
+    static constexpr std::size_t kSlotCount = 256;
 
-    // Binds handlers over the state and the channel (both must outlive the slot) to a free slot.
-    // Throws std::runtime_error "No free preview channel" when every slot is taken: the session
-    // then fails as when the communication library is missing.
+    // Binds handlers over the state and the channel (both must outlive the slot) to a free slot,
+    // waiting for one when every slot is taken.
     PreviewHandlerSlot(PreviewChannelState& state, ComLibManager& channel, std::string outgoingPipeName);
     // Closes the channel first, so that no message of this session can reach a later session
     // that takes the slot; then waits for a handler still running and frees the slot.

@@ -1,9 +1,10 @@
 #include "previewhandlerslot.h"
 
+#include <algorithm>
 #include <array>
+#include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <stdexcept>
 #include <utility>
 
 #include "previewmessages.h"
@@ -23,18 +24,23 @@ struct Slot {
 
 std::array<Slot, PreviewHandlerSlot::kSlotCount> slots;
 std::mutex takeLock;
+std::condition_variable slotFreed;
 
-std::size_t TakeFreeSlot()
+bool IsFree(const Slot& slot) { return !slot.taken; }
+
+// A session that finds every slot taken is not refused: it waits, as it would for its preview
+// application, until another session ends. Logged for caller.
+std::size_t TakeFreeSlot(const LogSite& caller)
 {
-    const std::lock_guard<std::mutex> hold(takeLock);
-    for (std::size_t index = 0; index < slots.size(); ++index) {
-        if (!slots[index].taken) {
-            slots[index].taken = true;
-            return index;
-        }
+    std::unique_lock<std::mutex> hold(takeLock);
+    if (std::none_of(slots.begin(), slots.end(), IsFree)) {
+        LogAt(LogLevel::Warning, QX_FOR(caller), L"All %u preview channels are in use; waiting for one",
+              static_cast<unsigned>(slots.size()));
+        slotFreed.wait(hold, [] { return std::any_of(slots.begin(), slots.end(), IsFree); });
     }
-    QXLOG_ERROR(L"All %u preview channels are in use", static_cast<unsigned>(slots.size()));
-    throw std::runtime_error("No free preview channel");
+    const auto free = std::find_if(slots.begin(), slots.end(), IsFree);
+    free->taken = true;
+    return static_cast<std::size_t>(free - slots.begin());
 }
 
 void Bind(std::size_t index, PreviewMessageHandlers* handlers)
@@ -46,8 +52,11 @@ void Bind(std::size_t index, PreviewMessageHandlers* handlers)
 void FreeSlot(std::size_t index)
 {
     Bind(index, nullptr);
-    const std::lock_guard<std::mutex> hold(takeLock);
-    slots[index].taken = false;
+    {
+        const std::lock_guard<std::mutex> hold(takeLock);
+        slots[index].taken = false;
+    }
+    slotFreed.notify_one();
 }
 
 // Nothing may leave a handler: the library's thread would end the process.
@@ -100,7 +109,7 @@ PreviewHandlerSlot::PreviewHandlerSlot(PreviewChannelState& state, ComLibManager
                                        std::string outgoingPipeName)
     : m_channel(channel),
       m_handlers(std::make_unique<PreviewMessageHandlers>(state, channel, std::move(outgoingPipeName))),
-      m_index(TakeFreeSlot())
+      m_index(TakeFreeSlot(QX_HERE))
 {
     Bind(m_index, m_handlers.get());
 }
