@@ -1,4 +1,5 @@
 // The pipeline's side of a filter's world, and the host program that runs a filter module through it.
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -546,6 +547,51 @@ TEST(PipelineHostProgram, PassesTheJobThroughTheModuleUnchanged)
     EXPECT_NE(run.out.find("equal     yes, byte for byte"), std::string::npos) << run.out;
     EXPECT_EQ(ReadFile(folder / "out.bin"), ReadFile(SampleJob("poster-coated.xps")));
     EXPECT_EQ(run.err, "");
+}
+
+// Hosts sharing one machine share its driver log, whose records do not say which process wrote
+// them. A waits in its preview for an answer on its terminal while B runs a whole job; each
+// report's excerpt still holds only its own job's records.
+TEST(PipelineHostProgram, HostsSharingAMachineEachShowOnlyTheirOwnLogRecords)
+{
+    TempFolder folderA;
+    TempFolder folderB;
+    const fs::path answers = folderA / "answers";
+    ASSERT_EQ(::mkfifo(answers.c_str(), 0600), 0);
+    const auto run = [&](const TempFolder& folder, const std::string& preview, const std::string& prefix) {
+        return RunHost({"--input", SampleJob("preview.xps").string(), "--preview", preview, "--log-level", "info",
+                        "--root", (folderA / "machine").string(), "--machine", QX_DEFAULT_MACHINE},
+                       folder, prefix);
+    };
+    ProcessResult a;
+    std::thread waiting([&] { a = run(folderA, "interactive", "exec <'" + answers.string() + "'; "); });
+    std::ofstream terminal(answers);  // A's terminal: opened once A reads it, closed as the answer
+    const fs::path log = folderA / "machine" / "C" / "QX Inc" / "Calvost" / "qxdrvlog.log";
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (ReadFile(log).find("PrintPreview 2.0 launched correctly") == std::string::npos &&
+           std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    // B sets the level while A's log runs: by a new file renamed over the old, so that no reader
+    // ever finds it empty, and nothing is left beside it.
+    const fs::path configuration = log.parent_path() / "qxdrvlog.cfg";
+    struct stat before {};
+    ASSERT_EQ(::stat(configuration.c_str(), &before), 0);
+    const ProcessResult b = run(folderB, "accept", "");
+    terminal.close();
+    waiting.join();
+    struct stat after {};
+    ASSERT_EQ(::stat(configuration.c_str(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino);
+    EXPECT_EQ(ReadFile(configuration), "0\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(log.parent_path()), fs::directory_iterator()), 2);
+
+    EXPECT_EQ(b.exitCode, 0) << b.out << b.err;
+    EXPECT_NE(b.out.find("Print Preview result: ok"), std::string::npos) << b.out;
+    EXPECT_EQ(a.exitCode, 1) << a.out << a.err;
+    EXPECT_NE(a.out.find("Print Preview result: cancel"), std::string::npos) << a.out;
+    EXPECT_EQ(a.out.find("Print Preview result: ok"), std::string::npos) << "B's records in A's report:\n" << a.out;
+    EXPECT_NE(ReadFile(log).find("Print Preview result: ok"), std::string::npos) << "both wrote the one log";
 }
 
 // The report's line for an output file that a write or a close could not fill: exit status 1.

@@ -1,5 +1,8 @@
 #include "pipelinehost/driverlogfolder.h"
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -66,11 +69,15 @@ void DriverLogFolder::Configure(const std::string& level) const
     if (error) {
         throw std::system_error(error, path_);
     }
+    // Written aside and renamed over the old one: another host sharing the machine reads either
+    // the old or the new level, never an empty file that would turn its log off.
     const std::string file = (fs::path(path_) / kConfigurationFile).string();
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    const std::string aside = file + "." + std::to_string(::getpid()) + ".new";
+    std::ofstream out(aside, std::ios::binary | std::ios::trunc);
     out << *configuration << "\n";
     out.close();
-    if (!out) {
+    if (!out || std::rename(aside.c_str(), file.c_str()) != 0) {
+        fs::remove(aside, error);
         throw std::runtime_error("cannot write " + file);
     }
 }
