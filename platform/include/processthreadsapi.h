@@ -8,6 +8,8 @@
 // with a null token. Only the calling thread can be given a token here (a thread handle gives
 // ERROR_INVALID_HANDLE), and the token must be a user's token (SimulatedMachine::TokenFor).
 BOOL SetThreadToken(PHANDLE Thread, HANDLE Token);
+// Unique among the threads running in the system.
+DWORD GetCurrentThreadId();
 
 // ---- processes
 #define CREATE_NEW_CONSOLE 0x00000010u

@@ -1,6 +1,8 @@
 // The installed implementation of each system library, and the Windows functions that call it.
 #include "platform/systemapi.h"
 
+#include <unistd.h>
+
 #include <atomic>
 
 namespace platform {
@@ -146,6 +148,7 @@ LSTATUS RegGetValueW(HKEY hkey, LPCWSTR lpSubKey, LPCWSTR lpValue, DWORD dwFlags
 LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) { return CurrentAdvApi32().RegQueryValueExW(hKey, lpValueName, lpReserved, lpType, lpData, lpcbData); }
 
 BOOL SetThreadToken(PHANDLE Thread, HANDLE Token) { return CurrentAdvApi32().SetThreadToken(Thread, Token); }
+DWORD GetCurrentThreadId() { return static_cast<DWORD>(::gettid()); }
 BOOL CreateProcessAsUserW(HANDLE hToken, LPCWSTR lpApplicationName, LPWSTR lpCommandLine, SECURITY_ATTRIBUTES* lpProcessAttributes, SECURITY_ATTRIBUTES* lpThreadAttributes, BOOL bInheritHandles, DWORD dwCreationFlags, LPVOID lpEnvironment, LPCWSTR lpCurrentDirectory, LPSTARTUPINFOW lpStartupInfo, LPPROCESS_INFORMATION lpProcessInformation) { return CurrentAdvApi32().CreateProcessAsUserW(hToken, lpApplicationName, lpCommandLine, lpProcessAttributes, lpThreadAttributes, bInheritHandles, dwCreationFlags, lpEnvironment, lpCurrentDirectory, lpStartupInfo, lpProcessInformation); }
 
 BOOL CreateEnvironmentBlock(LPVOID* lpEnvironment, HANDLE hToken, BOOL bInherit) { return CurrentUserEnv().CreateEnvironmentBlock(lpEnvironment, hToken, bInherit); }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <random>
 #include <vector>
 
@@ -33,7 +35,19 @@ constexpr DWORD kExitCancel = 1;
 constexpr DWORD kExitCodeUnknown = 0xFFFFFFFF;
 constexpr DWORD kTerminationGraceMs = 5000;
 
-thread_local std::unique_ptr<PrintPreviewManager> t_instance;
+// One manager per job, and a job runs on one pipeline thread from GetInstance to ReleaseInstance.
+// Kept by thread id in process-wide storage, not in thread-local storage: the destructors of a
+// module's thread-local objects keep the module loaded for as long as the pipeline's thread lives.
+struct Instances {
+    std::mutex lock;
+    std::map<DWORD, std::unique_ptr<PrintPreviewManager>> byThread;
+};
+
+Instances& TheInstances()
+{
+    static Instances instances;
+    return instances;
+}
 
 // The byte size of a string value; false (logged for caller with the value's name) when it cannot be had.
 bool QueryValueSize(HKEY key, const wchar_t* valueName, DWORD& bytes, const LogSite& caller)
@@ -68,13 +82,30 @@ std::int32_t Numeric(EAutorotate option) { return static_cast<std::int32_t>(opti
 
 PrintPreviewManager& PrintPreviewManager::GetInstance()
 {
-    if (!t_instance) {
-        t_instance = std::make_unique<PrintPreviewManager>();
+    Instances& instances = TheInstances();
+    const std::lock_guard<std::mutex> hold(instances.lock);
+    std::unique_ptr<PrintPreviewManager>& instance = instances.byThread[GetCurrentThreadId()];
+    if (!instance) {
+        instance = std::make_unique<PrintPreviewManager>();
     }
-    return *t_instance;
+    return *instance;
 }
 
-void PrintPreviewManager::ReleaseInstance() { t_instance.reset(); }
+void PrintPreviewManager::ReleaseInstance()
+{
+    std::unique_ptr<PrintPreviewManager> released;
+    {
+        Instances& instances = TheInstances();
+        const std::lock_guard<std::mutex> hold(instances.lock);
+        const auto found = instances.byThread.find(GetCurrentThreadId());
+        if (found == instances.byThread.end()) {
+            return;
+        }
+        released = std::move(found->second);
+        instances.byThread.erase(found);
+    }
+    // Its job file is deleted outside the lock, which other jobs' threads take.
+}
 
 PrintPreviewManager::~PrintPreviewManager() { DeleteOwnPrnFile(); }
 
