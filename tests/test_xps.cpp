@@ -1,15 +1,13 @@
 // The XPS object model stand-in: reading XPS 1.0 and OpenXPS packages part by part as they are
 // asked for, refusing damaged and hostile ones with the XPS and OPC HRESULTs, and writing them
 // again with changed page sizes and every other entry as it was.
-#include <sys/stat.h>
 
-#include <array>
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <random>
 #include <stdexcept>
@@ -21,6 +19,7 @@
 
 #include <objbase.h>
 #include <platform/comobject.h>
+#include <platform/text.h>
 #include <wrl/client.h>
 #include <xpsobjectmodel.h>
 
@@ -57,17 +56,6 @@ std::string Hex(HRESULT hr)
 #define EXPECT_HR(expected, actual) EXPECT_EQ(Hex(expected), Hex(actual))
 #define ASSERT_HR(expected, actual) ASSERT_EQ(Hex(expected), Hex(actual))
 
-XpsPagePlan PagePlan(float width, float height, std::optional<float> advisoryWidth = std::nullopt,
-                     std::optional<float> advisoryHeight = std::nullopt)
-{
-    XpsPagePlan page;
-    page.width = width;
-    page.height = height;
-    page.advisoryWidth = advisoryWidth;
-    page.advisoryHeight = advisoryHeight;
-    return page;
-}
-
 struct PageInfo {
     XPS_SIZE size;
     XPS_SIZE advisory;
@@ -102,17 +90,6 @@ public:
 private:
     ComPtr<IStream> inner_;
 };
-
-std::string RandomBytes(size_t size, unsigned seed)
-{
-    std::mt19937_64 generator(seed);
-    std::string bytes(size, '\0');
-    for (size_t i = 0; i + 8 <= size; i += 8) {
-        const std::uint64_t value = generator();
-        std::memcpy(&bytes[i], &value, 8);
-    }
-    return bytes;
-}
 
 // Each entry as three pieces, the last stored first, their names in the case producers differ on.
 void Interleave(ZipParts& parts, const std::vector<std::string>& names)
@@ -311,13 +288,20 @@ class XpsReadTest : public XpsTest, public testing::WithParamInterface<ReadCase>
 
 TEST_P(XpsReadTest, GivesDocumentsPagesSizesAndTicket)
 {
-    XpsJobPlan plan = XpsJobPlan::Pages(2, 0);
+    XpsJobPlan plan = XpsJobPlan::Pages(2, 2);  // 816 x 1056 each
     plan.flavor = GetParam().flavor;
     plan.absoluteReferences = GetParam().absolute;
     plan.interleaveBytes = GetParam().interleave;
     plan.jobTicket = SampleTicket("job ticket");
-    plan.documents[0].pages = {PagePlan(816, 1056, 816.f, 1056.f), PagePlan(1056, 816)};
-    plan.documents[1].pages = {PagePlan(3456, 12000, 3456.f)};
+    std::vector<XpsPagePlan>& first = plan.documents[0].pages;
+    first[0].advisoryWidth = 816.f;
+    first[0].advisoryHeight = 1056.f;
+    std::swap(first[1].width, first[1].height);
+    XpsPagePlan& tall = plan.documents[1].pages[0];
+    tall.width = 3456;
+    tall.height = 12000;
+    tall.advisoryWidth = 3456.f;
+    plan.documents[1].pages.pop_back();
 
     auto parts = BuildXpsParts(plan);
     if (plan.interleaveBytes > 0) {  // the packaging parts and the ticket in pieces as well
@@ -461,6 +445,22 @@ std::string DamagedJob(const DamageCase& damage)
     return job;
 }
 
+// A ZIP64 end record announcing ten million entries, and nothing else.
+std::string MillionsOfEntries()
+{
+    std::string job(56, '\0');
+    PutLe32(job, 0, 0x06064b50u);
+    const std::uint64_t entries = 10'000'000;
+    std::memcpy(&job[24], &entries, 8);
+    std::memcpy(&job[32], &entries, 8);
+    std::string locator(20, '\0');
+    PutLe32(locator, 0, 0x07064b50u);
+    std::string record(22, '\0');
+    PutLe32(record, 0, 0x06054b50u);
+    record[8] = record[9] = record[10] = record[11] = '\xFF';
+    return job + locator + record;
+}
+
 void SetPage(ZipParts& parts, const std::string& data)
 {
     parts.Get(XpsPageItem(0, 0)).data = data;
@@ -472,6 +472,8 @@ const DamageCase kDamageCases[] = {
          const size_t record = EndOfCentralDirectory(job);
          job = job.substr(0, Le<std::uint32_t>(job, record + 16) + 10) + job.substr(record);
      }},
+    {"ClaimingMillionsOfEntries", Step::Open, OPC_E_ZIP_CENTRAL_DIRECTORY_TOO_LARGE, [](ZipParts&) {},
+     [](XpsJobPlan&) {}, [](std::string& job) { job = MillionsOfEntries(); }},
     {"ContentTypesMissing", Step::Sequence, OPC_E_MISSING_CONTENT_TYPES,
      [](ZipParts& p) { p.Remove("[Content_Types].xml"); }},
     {"PackageRelationshipsMissing", Step::Sequence, XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP,
@@ -515,6 +517,23 @@ const DamageCase kDamageCases[] = {
      [](ZipParts& p) { Interleave(p, {XpsPageItem(0, 0)}), p.Set(XpsPageItem(0, 0), PageWith("")); }},
     {"TicketPieceDoubled", Step::TicketStream, OPC_E_DUPLICATE_PIECE,
      [](ZipParts& p) { Interleave(p, {kXpsJobTicketItem}), p.Set(kXpsJobTicketItem + "/[1].Piece", "x"); }},
+    // A declared size past the limit is refused before inflating; one that deflate cannot produce
+    // from the compressed bytes is refused as wrong; a bomb, a small entry that claims little and
+    // inflates to far more, is stopped at what it claims.
+    {"PageDeclaredPastTheLimit", Step::Page, kFileTooLarge, [](ZipParts&) {}, [](XpsJobPlan&) {},
+     [](std::string& job) { PatchDeclaredSize(job, XpsPageItem(0, 0), 300u << 20); }},
+    {"PageDeclaredLargerThanItsDataCanInflateTo", Step::Page, OPC_E_ZIP_INCORRECT_DATA_SIZE, [](ZipParts&) {},
+     [](XpsJobPlan&) {},
+     [](std::string& job) {
+         const std::string page = XpsPageItem(0, 0);
+         PatchDeclaredSize(job, page, Le<std::uint32_t>(job, CentralEntry(job, page) + 20) * 2000);
+     }},
+    {"PageInflatingPastItsDeclaredSize", Step::Page, OPC_E_ZIP_INCORRECT_DATA_SIZE, [](ZipParts&) {},
+     [](XpsJobPlan& plan) { plan.documents[0].pages[0].content = std::string(8 << 20, ' '); },
+     [](std::string& job) {
+         EXPECT_LT(job.size(), 64u * 1024) << "a bomb";
+         PatchDeclaredSize(job, XpsPageItem(0, 0), 16u * 1024);
+     }},
 };
 
 class XpsDamageTest : public XpsTest, public testing::WithParamInterface<DamageCase> {};
@@ -558,53 +577,11 @@ TEST_P(XpsDamageTest, FailsAtTheCallThatNeedsTheDamagedPart)
 
     EXPECT_EQ(static_cast<int>(step), static_cast<int>(damage.failingStep));
     EXPECT_HR(damage.expected, hr);
+    EXPECT_EQ(package.Get() == nullptr, step == Step::Open) << "a refused package is not handed out";
 }
 
 INSTANTIATE_TEST_SUITE_P(Packages, XpsDamageTest, testing::ValuesIn(kDamageCases),
                          [](const testing::TestParamInfo<DamageCase>& info) { return std::string(info.param.name); });
-
-// ---- hostile packages
-
-// A declared size past the limit is refused before inflating; one that deflate cannot produce
-// from the compressed bytes is refused as wrong; a bomb, a small entry that claims little and
-// inflates to far more, is stopped at what it claims.
-TEST_F(XpsTest, PartDeclaredTooLargeOrInflatingPastItsDeclaredSizeIsRefused)
-{
-    const std::string job = BuildXps(XpsJobPlan::Pages(1, 1));
-    const std::uint32_t impossible = Le<std::uint32_t>(job, CentralEntry(job, XpsPageItem(0, 0)) + 20) * 2000;
-    XpsJobPlan plan = XpsJobPlan::Pages(1, 1);
-    plan.documents[0].pages[0].content = std::string(8 << 20, ' ');
-    const std::string bomb = BuildXps(plan);
-    ASSERT_LT(bomb.size(), 64u * 1024);
-    for (const auto& [bytes, declared, expected] : {std::tuple{job, 300u << 20, kFileTooLarge},
-                                                    std::tuple{job, impossible, OPC_E_ZIP_INCORRECT_DATA_SIZE},
-                                                    std::tuple{bomb, 16u * 1024, OPC_E_ZIP_INCORRECT_DATA_SIZE}}) {
-        std::string patched = bytes;
-        PatchDeclaredSize(patched, XpsPageItem(0, 0), declared);
-        ComPtr<IXpsOMPage> page;
-        EXPECT_HR(expected, ReferenceAt(Open(patched).Get(), 0, 0)->GetPage(&page)) << declared;
-    }
-}
-
-TEST_F(XpsTest, ArchiveClaimingMillionsOfEntriesIsRefusedAtOnce)
-{
-    // A ZIP64 end record announcing ten million entries, and nothing else.
-    std::string job(56, '\0');
-    PutLe32(job, 0, 0x06064b50u);
-    const std::uint64_t entries = 10'000'000;
-    std::memcpy(&job[24], &entries, 8);
-    std::memcpy(&job[32], &entries, 8);
-    std::string locator(20, '\0');
-    PutLe32(locator, 0, 0x07064b50u);
-    std::string record(22, '\0');
-    PutLe32(record, 0, 0x06054b50u);
-    record[8] = record[9] = record[10] = record[11] = '\xFF';
-    job += locator + record;
-    ComPtr<IXpsOMPackage> package;
-    EXPECT_HR(OPC_E_ZIP_CENTRAL_DIRECTORY_TOO_LARGE,
-              factory_->CreatePackageFromStream(MemoryStream(job).Get(), TRUE, &package));
-    EXPECT_EQ(package.Get(), nullptr);
-}
 
 // ---- changing pages
 
@@ -634,35 +611,31 @@ protected:
             page.advisoryWidth = page.width;
             page.advisoryHeight = page.height;
         }
-        plan.extraParts.push_back(
-            XpsExtraPart{"Resources/Images/photo.jpg", RandomBytes(1 << 20, 3), "image/jpeg", false});
+        std::string photo(1 << 20, '\0');  // that does not compress
+        std::mt19937 generator(3);
+        std::generate(photo.begin(), photo.end(), [&] { return static_cast<char>(generator()); });
+        plan.extraParts.push_back(XpsExtraPart{"Resources/Images/photo.jpg", photo, "image/jpeg", false});
         plan.extraParts.push_back(XpsExtraPart{"Resources/Fonts/font.odttf", std::string(100000, 'f'),
                                                "application/vnd.ms-package.obfuscated-opentype", true});
         return plan;
     }
 };
 
-TEST_F(XpsWriteTest, WrittenPackageHasTheNewPageSizes)
-{
-    const auto package = Open(BuildXps(Job()));
-    const XPS_SIZE media{18897.637f, 12000};
-    const XPS_SIZE tall{3456, 18897.637f};
-    Resize(package.Get(), 0, 1, media);
-    Resize(package.Get(), 1, 0, tall);
-    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, FILE_ATTRIBUTE_NORMAL, TRUE));
-
-    EXPECT_EQ(Walk(OpenFile("out.xps").Get()), (Pages{{{{3456, 12000}, {3456, 12000}}, {media, media}},
-                                                       {{tall, {-1, -1}}, {{3456, 12000}, {-1, -1}}}}));
-    EXPECT_EQ(TicketOf(Sequence(OpenFile("out.xps").Get()).Get()), SampleTicket("write"));
-}
-
-TEST_F(XpsWriteTest, EveryOtherEntryIsCopiedAsStored)
+// Only the resized pages and the documents that refer to them change; every other entry keeps
+// its stored bytes.
+TEST_F(XpsWriteTest, WrittenPackageHasTheNewPageSizesAndEveryOtherEntryAsStored)
 {
     const std::string job = BuildXps(Job());
     const auto package = Open(job);
-    Resize(package.Get(), 0, 1, XPS_SIZE{20000, 12000});
-    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, 0, TRUE));
+    const XPS_SIZE wide{20000.5f, 12000};
+    const XPS_SIZE tall{3456, 18897.637f};
+    Resize(package.Get(), 0, 1, wide);
+    Resize(package.Get(), 1, 0, tall);
+    ASSERT_HR(S_OK, package->WriteToFile(WindowsFile("out.xps").c_str(), nullptr, FILE_ATTRIBUTE_NORMAL, TRUE));
 
+    EXPECT_EQ(Walk(OpenFile("out.xps").Get()), (Pages{{{{3456, 12000}, {3456, 12000}}, {wide, wide}},
+                                                       {{tall, {-1, -1}}, {{3456, 12000}, {-1, -1}}}}));
+    EXPECT_EQ(TicketOf(Sequence(OpenFile("out.xps").Get()).Get()), SampleTicket("write"));
     const auto before = ReadZip(job);
     const auto after = ReadZip(ReadFile(HostFile("out.xps")));
     ASSERT_EQ(before.size(), after.size());
@@ -670,47 +643,42 @@ TEST_F(XpsWriteTest, EveryOtherEntryIsCopiedAsStored)
         SCOPED_TRACE(before[i].name);
         ASSERT_EQ(before[i].name, after[i].name);
         if (before[i].name == XpsPageItem(0, 1)) {
-            EXPECT_EQ(after[i].data, ReplaceAll(before[i].data, "Width=\"3456\"", "Width=\"20000\""));
+            EXPECT_EQ(after[i].data, ReplaceAll(before[i].data, "Width=\"3456\"", "Width=\"20000.5\""));
         } else if (before[i].name == XpsDocumentItem(0)) {
             const std::string second = "Source=\"Pages/2.fpage\" Width=\"3456\"";
-            EXPECT_EQ(after[i].data, ReplaceAll(before[i].data, second, "Source=\"Pages/2.fpage\" Width=\"20000\""));
-        } else {
+            EXPECT_EQ(after[i].data, ReplaceAll(before[i].data, second, "Source=\"Pages/2.fpage\" Width=\"20000.5\""));
+        } else if (before[i].name != XpsPageItem(1, 0)) {  // its size is read back above
             EXPECT_TRUE(std::tie(before[i].method, before[i].crc, before[i].compressed) ==
                         std::tie(after[i].method, after[i].crc, after[i].compressed));
         }
     }
 }
 
-TEST_F(XpsWriteTest, ReadOnlyAttributeMakesAReadOnlyFile)
-{
-    const auto package = Open(BuildXps(Job()));
-    const std::wstring file = WindowsFile("preview.xps");
-    ASSERT_HR(S_OK, package->WriteToFile(file.c_str(), nullptr, FILE_ATTRIBUTE_READONLY, TRUE));
-    EXPECT_NE(GetFileAttributesW(file.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
-    EXPECT_EQ(fs::status(HostFile("preview.xps")).permissions() & fs::perms::owner_write, fs::perms::none);
-    // As CreateFileW with CREATE_ALWAYS, the file cannot be written over while it is read-only.
-    EXPECT_HR(E_ACCESSDENIED, package->WriteToFile(file.c_str(), nullptr, 0, TRUE));
-    EXPECT_EQ(Walk(OpenFile("preview.xps").Get()).size(), 2u);
-}
-
-TEST_F(XpsWriteTest, FileThatCannotBeCreatedGivesTheWin32Error)
-{
-    const auto package = Open(BuildXps(Job()));
-    fs::create_directories(HostFile("folder"));
-    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND),
-              package->WriteToFile(WindowsFile("no such folder\\out.xps").c_str(), nullptr, 0, TRUE));
-    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), package->WriteToFile(L"out.xps", nullptr, 0, TRUE));
-    EXPECT_HR(E_ACCESSDENIED, package->WriteToFile(WindowsFile("folder").c_str(), nullptr, 0, TRUE));
-    EXPECT_HR(E_POINTER, package->WriteToFile(nullptr, nullptr, 0, TRUE));
-    EXPECT_FALSE(fs::exists(HostFolder() / "no such folder"));
-}
-
-TEST_F(XpsWriteTest, PackageCannotBeWrittenOverTheFileItReads)
+// As CreateFileW with CREATE_ALWAYS: a read-only file is not written over, nor the file the package
+// reads, and a failed write leaves the package readable.
+TEST_F(XpsWriteTest, WriteToFileRefusesWhatCreateFileRefuses)
 {
     BuildXpsParts(Job()).WriteTo(HostFile("source.xps"));
     const auto package = OpenFile("source.xps");
-    EXPECT_HR(kSharingViolation, package->WriteToFile(WindowsFile("source.xps").c_str(), nullptr, 0, TRUE));
+    const std::wstring preview = WindowsFile("preview.xps");
+    ASSERT_HR(S_OK, package->WriteToFile(preview.c_str(), nullptr, FILE_ATTRIBUTE_READONLY, TRUE));
+    EXPECT_NE(GetFileAttributesW(preview.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+    EXPECT_EQ(fs::status(HostFile("preview.xps")).permissions() & fs::perms::owner_write, fs::perms::none);
+    fs::create_directories(HostFile("folder"));
+    const std::pair<std::wstring, HRESULT> cases[] = {
+        {preview, E_ACCESSDENIED},
+        {WindowsFile("source.xps"), kSharingViolation},
+        {WindowsFile("no such folder\\out.xps"), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+        {L"out.xps", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+        {WindowsFile("folder"), E_ACCESSDENIED},
+    };
+    for (const auto& [file, expected] : cases) {
+        EXPECT_HR(expected, package->WriteToFile(file.c_str(), nullptr, 0, TRUE)) << platform::ToUtf8(file);
+    }
+    EXPECT_HR(E_POINTER, package->WriteToFile(nullptr, nullptr, 0, TRUE));
+    EXPECT_FALSE(fs::exists(HostFolder() / "no such folder"));
     EXPECT_EQ(Walk(package.Get()).size(), 2u);
+    EXPECT_EQ(Walk(OpenFile("preview.xps").Get()).size(), 2u);
 }
 
 TEST_F(XpsWriteTest, InterleavedPageIsWrittenWhole)
