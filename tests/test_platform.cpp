@@ -1,13 +1,13 @@
 // The Windows stand-in answers as Windows does: exact HRESULTs, last errors and layouts.
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -54,11 +54,7 @@ TEST(WidePrintf, FollowsTheCRuntimeRulesForStringConversions)
     EXPECT_EQ(Format(L"%d", static_cast<int>(E_ABORT)), L"-2147467260");
     EXPECT_EQ(Format(L"%I64d %I32u %Iu %%s", -5LL, 7u, static_cast<size_t>(9)), L"-5 7 9 %s");
     EXPECT_EQ(Format(L"%08X", 0x8007000Eu), L"8007000E");
-}
-
-TEST(WidePrintf, TruncatesToTheBufferAndReportsIt)
-{
-    wchar_t buffer[8];
+    wchar_t buffer[8];  // truncated to the buffer, and said so
     EXPECT_EQ(_snwprintf_s(buffer, 8, _TRUNCATE, L"%s", L"0123456789"), -1);
     EXPECT_STREQ(buffer, L"0123456");
     EXPECT_EQ(_snwprintf_s(buffer, 8, _TRUNCATE, L"%s", L"0123456"), 7);
@@ -110,55 +106,35 @@ TEST(Bstr, KeepsItsLengthAndEmbeddedNulls)
     SysFreeString(nullptr);
 }
 
-class CountedObject : public platform::ComObject<CountedObject, IStream> {
-public:
-    explicit CountedObject(int& alive) : alive_(alive) { ++alive_; }
-    ~CountedObject() override { --alive_; }
-    HRESULT Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
-    HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
-    HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override { return E_NOTIMPL; }
-    HRESULT Commit(DWORD) override { return E_NOTIMPL; }
-    HRESULT Revert() override { return E_NOTIMPL; }
-    HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-    HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-    HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
-    HRESULT Clone(IStream**) override { return E_NOTIMPL; }
+// Counts the objects alive, so a test sees who still holds a reference.
+int g_alive = 0;
 
-private:
-    int& alive_;
+struct DeveloperReason : platform::ComObject<DeveloperReason, IImgErrorInfo> {
+    DeveloperReason() { ++g_alive; }
+    ~DeveloperReason() override { --g_alive; }
+    HRESULT GetDeveloperDescription(BSTR*) override { return S_OK; }
 };
 
 TEST(Variant, CopiesOwnTheirTextAndReferences)
 {
-    int alive = 0;
-    VARIANT text;
-    VariantInit(&text);
+    g_alive = 0;
+    VARIANT text{}, object{}, textCopy{}, objectCopy{};  // all bytes zero is what VariantInit leaves
     text.vt = VT_BSTR;
     text.bstrVal = SysAllocString(L"PrinterName");
-    VARIANT object;
-    VariantInit(&object);
     object.vt = VT_UNKNOWN;
-    object.punkVal = static_cast<IStream*>(new CountedObject(alive));
-
-    VARIANT textCopy;
-    VARIANT objectCopy;
-    VariantInit(&textCopy);
-    VariantInit(&objectCopy);
+    object.punkVal = platform::MakeComObject<DeveloperReason>();
     ASSERT_EQ(VariantCopy(&textCopy, &text), S_OK);
     ASSERT_EQ(VariantCopy(&objectCopy, &object), S_OK);
     EXPECT_NE(textCopy.bstrVal, text.bstrVal);
-    EXPECT_STREQ(textCopy.bstrVal, L"PrinterName");
 
     VariantClear(&text);
     VariantClear(&object);
     EXPECT_EQ(text.vt, VT_EMPTY);
-    EXPECT_EQ(alive, 1);  // the copy still holds a reference
+    EXPECT_EQ(g_alive, 1);  // the copy still holds a reference
     EXPECT_STREQ(textCopy.bstrVal, L"PrinterName");
     VariantClear(&objectCopy);
     VariantClear(&textCopy);
-    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(g_alive, 0);
 }
 
 // A movable block of no bytes comes discarded; GlobalReAlloc gives it memory and takes it away.
@@ -295,10 +271,6 @@ TEST(Interfaces, CarryTheIdentifiersOfTheWindowsHeaders)
     }
 }
 
-struct DeveloperReason : platform::ComObject<DeveloperReason, IImgErrorInfo> {
-    HRESULT GetDeveloperDescription(BSTR*) override { return S_OK; }
-};
-
 // An object answers for the interfaces its interface derives from, and E_NOTIMPL for the methods
 // it leaves out.
 TEST(Interfaces, ObjectsAnswerForTheirBasesAndLeaveTheRestNotImplemented)
@@ -379,10 +351,11 @@ TEST(Mutex, IsRecursiveForItsOwnerAndExclusiveForOthers)
     EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_FAILED);
 }
 
-// Another process holding a named mutex, driven through its standard input and output.
+// Another process holding a named mutex: it says "held" once it owns it and lets go when its
+// standard input closes, or dies holding it.
 class MutexHolder {
 public:
-    MutexHolder(const std::string& name, bool die)
+    MutexHolder(const char* name, bool die)
     {
         int toChild[2];
         int fromChild[2];
@@ -392,10 +365,9 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, toChild[0], 0);
         posix_spawn_file_actions_adddup2(&actions, fromChild[1], 1);
-        std::string program = MUTEXHOLDER_PATH;
-        std::string dieWord = die ? "die" : "keep";
-        char* argv[] = {program.data(), const_cast<char*>(name.c_str()), dieWord.data(), nullptr};
-        EXPECT_EQ(posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv, environ), 0);
+        char* argv[] = {const_cast<char*>(MUTEXHOLDER_PATH), const_cast<char*>(name),
+                        const_cast<char*>(die ? "die" : "keep"), nullptr};
+        EXPECT_EQ(posix_spawn(&pid_, MUTEXHOLDER_PATH, &actions, nullptr, argv, environ), 0);
         posix_spawn_file_actions_destroy(&actions);
         ::close(toChild[0]);
         ::close(fromChild[1]);
@@ -404,10 +376,8 @@ public:
     }
     ~MutexHolder()
     {
-        Let();
+        WaitForExit();
         ::close(output_);
-        int status = 0;
-        ::waitpid(pid_, &status, 0);
     }
     bool Holds()
     {
@@ -417,16 +387,15 @@ public:
     void Let()
     {
         if (input_ >= 0) {
-            ::close(input_);
-            input_ = -1;
+            ::close(std::exchange(input_, -1));
         }
     }
     void WaitForExit()
     {
         Let();
-        int status = 0;
-        ::waitpid(pid_, &status, 0);
-        pid_ = -1;
+        if (pid_ > 0) {
+            ::waitpid(std::exchange(pid_, -1), nullptr, 0);
+        }
     }
 
 private:
