@@ -1,10 +1,12 @@
 // The pipeline's side of a filter's world, and the host program that runs a filter module through it.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -793,6 +795,121 @@ TEST(PipelineHostProgramErrors, AMachineRootOthersMayWriteOrOwnIsRefusedAndNothi
         ASSERT_EQ(::chown(root.c_str(), 65534, 65534), 0);
         refused(" belongs to user 65534, not to this user (0)");
     }
+}
+
+// The processes whose parent is the given one, from /proc/<pid>/stat: "pid (name) state ppid ...".
+std::vector<pid_t> ChildrenOf(pid_t parent)
+{
+    std::vector<pid_t> children;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        if (!std::isdigit(static_cast<unsigned char>(entry.path().filename().string()[0]))) {
+            continue;
+        }
+        const std::string stat = ReadFile(entry.path() / "stat");
+        std::istringstream rest(stat.substr(stat.rfind(')') + 1));
+        std::string state;
+        pid_t ppid = 0;
+        if (rest >> state >> ppid && ppid == parent) {
+            children.push_back(std::stoi(entry.path().filename().string()));
+        }
+    }
+    return children;
+}
+
+// The abstract socket names the process holds open, matched by inode in /proc/net/unix.
+std::vector<std::string> AbstractSocketsOf(pid_t process)
+{
+    std::vector<std::string> inodes;
+    std::error_code gone;  // the process may end meanwhile
+    for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", gone)) {
+        const std::string target = fs::read_symlink(entry.path(), gone).string();
+        if (target.rfind("socket:[", 0) == 0) {
+            inodes.push_back(target.substr(8, target.size() - 9));
+        }
+    }
+    std::vector<std::string> names;
+    std::istringstream table(ReadFile("/proc/net/unix"));
+    for (std::string line; std::getline(table, line);) {
+        std::istringstream fields(line);
+        std::string field;
+        std::vector<std::string> row;
+        while (fields >> field) {
+            row.push_back(field);
+        }
+        if (row.size() == 8 && row[7][0] == '@' && std::count(inodes.begin(), inodes.end(), row[6]) > 0) {
+            names.push_back(row[7]);
+        }
+    }
+    return names;
+}
+
+// A signal ends the preview application the filter waits for without a time limit; the filter then
+// cleans up after its job and the host removes its temporary output: nothing of the job is left.
+TEST(PipelineHostProgram, SigtermWhileThePreviewRunsEndsItAndLeavesNothingOfTheJob)
+{
+    TempFolder folder;
+    fs::create_directory(folder / "tmp");
+    int keyboard[2];  // the interactive application waits on it for an answer that never comes
+    ASSERT_EQ(::pipe(keyboard), 0);
+    const std::string out = (folder / "host.stdout").string();
+    std::vector<std::string> arguments{QX_PIPELINEHOST_PATH, "--input", SampleJob("preview.xps").string(),
+                                       "--root", (folder / "machine").string(), "--preview", "interactive"};
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) {
+        argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    std::string temporary = "TMPDIR=" + (folder / "tmp").string();
+    char* environment[] = {temporary.data(), nullptr};
+    const pid_t host = ::fork();
+    if (host == 0) {
+        const int file = ::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        ::dup2(keyboard[0], 0);
+        ::dup2(file, 1);
+        ::dup2(file, 2);
+        ::execve(argv[0], argv.data(), environment);
+        ::_exit(127);
+    }
+    ::close(keyboard[0]);
+    // The application asks once the job is with it.
+    const bool asking = Eventually([&] { return ReadFile(out).find("[p]rint, [c]ancel") != std::string::npos; });
+    const std::vector<pid_t> children = ChildrenOf(host);
+    std::vector<std::string> jobFiles;
+    std::error_code none;  // nothing of the job is there yet if the application never asked
+    for (const auto& file : fs::recursive_directory_iterator(folder / "machine/C/Users", none)) {
+        if (file.is_regular_file()) {
+            jobFiles.push_back(file.path().string());
+        }
+    }
+    std::vector<std::string> endpoints = AbstractSocketsOf(host);
+    for (const pid_t child : children) {
+        const std::vector<std::string> own = AbstractSocketsOf(child);
+        endpoints.insert(endpoints.end(), own.begin(), own.end());
+    }
+    ::kill(host, SIGTERM);
+    int status = 0;
+    const bool ended = Eventually([&] { return ::waitpid(host, &status, WNOHANG) == host; });
+    if (!ended) {
+        ::kill(host, SIGKILL);
+        ::waitpid(host, &status, 0);
+    }
+    ::close(keyboard[1]);
+    ASSERT_TRUE(asking) << ReadFile(out);
+    ASSERT_TRUE(ended) << ReadFile(out);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGTERM) << status << ReadFile(out);
+    ASSERT_EQ(children.size(), 1u);
+    EXPECT_TRUE(Eventually([&] { return !fs::exists("/proc/" + std::to_string(children[0])); }));
+    EXPECT_EQ(jobFiles.size(), 1u) << "the job file the application was given";
+    EXPECT_EQ(endpoints.size(), 2u) << "the filter's pipe and the application's";
+    for (const std::string& gone : jobFiles) {
+        EXPECT_FALSE(fs::exists(gone)) << gone;
+    }
+    const std::string sockets = ReadFile("/proc/net/unix");
+    for (const std::string& name : endpoints) {
+        EXPECT_EQ(sockets.find(" " + name + "\n"), std::string::npos) << name;
+    }
+    EXPECT_TRUE(fs::is_empty(folder / "tmp")) << "the temporary output is removed";
+    EXPECT_NE(ReadFile(out).find("filter.ShutdownOperation (interrupted by SIGTERM)"), std::string::npos);
 }
 
 // ---- many jobs in one host process

@@ -10,7 +10,10 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <map>
 #include <thread>
+
+#include "platform/childprocesses.h"
 
 #include "hostaccount.h"
 #include "win32error.h"
@@ -122,6 +125,19 @@ DWORD CrashCodeOf(int signal)
 
 }  // namespace
 
+// Lock order: this mutex before a child's status mutex.
+struct ChildProcess::Running {
+    std::mutex mutex;
+    std::map<pid_t, std::weak_ptr<Status>> children;
+    bool ending = false;
+};
+
+ChildProcess::Running& ChildProcess::AllRunning()
+{
+    static Running* running = new Running;  // never destroyed: reapers may outlive static destruction
+    return *running;
+}
+
 ChildProcess::ChildProcess(pid_t id) : id_(id), status_(std::make_shared<Status>())
 {
     std::thread([id, status = status_] {
@@ -130,9 +146,18 @@ ChildProcess::ChildProcess(pid_t id) : id_(id), status_(std::make_shared<Status>
         do {
             done = ::waitpid(id, &waitStatus, 0);
         } while (done < 0 && errno == EINTR);
-        std::lock_guard lock(status->mutex);
-        status->waitStatus = done == id ? waitStatus : 0;
-        status->ended.notify_all();
+        {
+            std::lock_guard lock(status->mutex);
+            status->waitStatus = done == id ? waitStatus : 0;
+            status->ended.notify_all();
+        }
+        Running& running = AllRunning();
+        std::lock_guard lock(running.mutex);
+        // The id may already name a newer child.
+        if (const auto found = running.children.find(id);
+            found != running.children.end() && found->second.lock() == status) {
+            running.children.erase(found);
+        }
     }).detach();
 }
 
@@ -142,12 +167,46 @@ std::variant<std::shared_ptr<ChildProcess>, DWORD> ChildProcess::Start(const Lau
     std::vector<char*> envp = request.environment ? Pointers(*request.environment) : std::vector<char*>();
     char** environment = request.environment ? envp.data() : environ;
     const auto account = HostAccountOf(request.account);
+    // Held across the start, so that EndAll either refuses this child or finds it.
+    Running& running = AllRunning();
+    std::lock_guard lock(running.mutex);
+    if (running.ending) {
+        return static_cast<DWORD>(ERROR_SHUTDOWN_IN_PROGRESS);
+    }
     const auto started = account ? SpawnAs(*account, request, argv.data(), environment)
                                  : Spawn(request, argv.data(), environment);
     if (const DWORD* error = std::get_if<DWORD>(&started)) {
         return *error;
     }
-    return std::shared_ptr<ChildProcess>(new ChildProcess(std::get<pid_t>(started)));
+    std::shared_ptr<ChildProcess> child(new ChildProcess(std::get<pid_t>(started)));
+    running.children[child->id_] = child->status_;
+    return child;
+}
+
+std::size_t ChildProcess::EndAll(DWORD exitCode)
+{
+    Running& running = AllRunning();
+    std::lock_guard lock(running.mutex);
+    running.ending = true;
+    std::size_t killed = 0;
+    for (const auto& [id, weakStatus] : running.children) {
+        if (const std::shared_ptr<Status> status = weakStatus.lock(); status && Kill(id, *status, exitCode)) {
+            ++killed;
+        }
+    }
+    return killed;
+}
+
+bool ChildProcess::Kill(pid_t id, Status& status, DWORD exitCode)
+{
+    // Under the lock the child has not been reaped, so its id cannot name another process yet.
+    std::lock_guard lock(status.mutex);
+    if (status.waitStatus) {
+        return false;
+    }
+    status.terminatedWith = exitCode;
+    ::kill(id, SIGKILL);
+    return true;
 }
 
 DWORD ChildProcess::Wait(DWORD milliseconds)
@@ -177,16 +236,8 @@ DWORD ChildProcess::ExitCode()
     return static_cast<DWORD>(WEXITSTATUS(waitStatus));
 }
 
-bool ChildProcess::Terminate(DWORD exitCode)
-{
-    // Under the lock the child has not been reaped, so its id cannot name another process yet.
-    std::lock_guard lock(status_->mutex);
-    if (status_->waitStatus) {
-        return false;
-    }
-    status_->terminatedWith = exitCode;
-    ::kill(id_, SIGKILL);
-    return true;
-}
+bool ChildProcess::Terminate(DWORD exitCode) { return Kill(id_, *status_, exitCode); }
+
+std::size_t EndChildProcesses(DWORD exitCode) { return ChildProcess::EndAll(exitCode); }
 
 }  // namespace platform

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <condition_variable>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -35,6 +36,9 @@ public:
     // Kills the running child, which then reports exitCode; false when it has already ended.
     bool Terminate(DWORD exitCode);
     DWORD Id() const { return static_cast<DWORD>(id_); }
+    // Kills every child still running, handle or not, and refuses every later start (see
+    // platform/childprocesses.h). Returns how many it killed.
+    static std::size_t EndAll(DWORD exitCode);
 
 private:
     struct Status {
@@ -43,8 +47,11 @@ private:
         std::optional<int> waitStatus;
         std::optional<DWORD> terminatedWith;
     };
+    struct Running;  // the children not reaped yet, and whether starts are refused
+    static Running& AllRunning();
 
     explicit ChildProcess(pid_t id);
+    static bool Kill(pid_t id, Status& status, DWORD exitCode);
 
     pid_t id_;
     std::shared_ptr<Status> status_;  // shared with the reaper, which may outlive the handle

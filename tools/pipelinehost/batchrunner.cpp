@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "pipelinehost/comapartment.h"
+#include "pipelinehost/interruption.h"
 
 namespace pipelinehost {
 
@@ -75,6 +76,10 @@ JobOutcome BatchRunner::RunJob(const std::string& input) const
 {
     JobOutcome outcome;
     outcome.input = input;
+    if (JobsInterrupted()) {
+        outcome.setupError = "not started, the host was interrupted";
+        return outcome;
+    }
     try {
         JobRun job(input, settings_);
         job.CreateOutput({});

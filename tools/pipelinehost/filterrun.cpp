@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include <wrl/client.h>
 
 #include "pipelinehost/hresulttext.h"
+#include "pipelinehost/interruption.h"
 
 namespace pipelinehost {
 namespace {
@@ -78,17 +80,43 @@ void RunOnFilterThread(IPrintPipelineFilter& filter, const JobPipeline& pipeline
     calls.Record("filter.StartOperation returned " + HresultShort(*result.start));
 }
 
-void ShutDownUnlessFinished(IPrintPipelineFilter& filter, FilterActivity& activity, unsigned afterMs, CallLog& calls,
-                            FilterRunResult& result)
-{
-    if (activity.WaitFor(std::chrono::milliseconds(afterMs))) {
-        result.shutdown = FilterRunResult::Shutdown::NotNeeded;
-        return;
+// ShutdownOperation reaches a running filter once, from whichever asks first: the delay of
+// --shutdown-after or an interruption of the host.
+class FilterShutdown {
+public:
+    FilterShutdown(IPrintPipelineFilter& filter, FilterActivity& activity, CallLog& calls, FilterRunResult& result)
+        : filter_(filter), activity_(activity), calls_(calls), result_(result)
+    {
     }
-    calls.Record("filter.ShutdownOperation (after " + std::to_string(afterMs) + " ms)");
-    result.shutdownResult = filter.ShutdownOperation();
-    result.shutdown = FilterRunResult::Shutdown::Sent;
-    calls.Record("filter.ShutdownOperation returned " + HresultShort(result.shutdownResult));
+
+    void SendUnlessFinished(const std::string& why)
+    {
+        std::lock_guard lock(mutex_);
+        if (result_.shutdown == FilterRunResult::Shutdown::Sent) {
+            return;
+        }
+        if (activity_.WaitFor(std::chrono::milliseconds(0))) {
+            result_.shutdown = FilterRunResult::Shutdown::NotNeeded;
+            return;
+        }
+        calls_.Record("filter.ShutdownOperation (" + why + ")");
+        result_.shutdownResult = filter_.ShutdownOperation();
+        result_.shutdown = FilterRunResult::Shutdown::Sent;
+        calls_.Record("filter.ShutdownOperation returned " + HresultShort(result_.shutdownResult));
+    }
+
+private:
+    std::mutex mutex_;
+    IPrintPipelineFilter& filter_;
+    FilterActivity& activity_;
+    CallLog& calls_;
+    FilterRunResult& result_;
+};
+
+void ShutDownUnlessFinished(FilterShutdown& shutdown, FilterActivity& activity, unsigned afterMs)
+{
+    activity.WaitFor(std::chrono::milliseconds(afterMs));
+    shutdown.SendUnlessFinished("after " + std::to_string(afterMs) + " ms");
 }
 
 // The step whose HRESULT decides the run: the first that failed, else StartOperation.
@@ -124,21 +152,25 @@ FilterRunResult RunFilter(const FilterModule& module, const JobPipeline& pipelin
     if (!filter) {
         return result;
     }
-    // Each thread writes only its own fields of the result; both are joined before it is read.
+    // Each thread writes only its own fields of the result, the shutdown's under its lock; all are
+    // done before it is read.
     FilterActivity activity;
-    std::thread filterThread([&] {
-        RunOnFilterThread(*filter.Get(), pipeline, result);
-        activity.Finish();
-    });
-    std::thread shutdownThread;
-    if (shutdownAfterMs) {
-        shutdownThread = std::thread([&] {
-            ShutDownUnlessFinished(*filter.Get(), activity, *shutdownAfterMs, *pipeline.calls, result);
+    FilterShutdown shutdown(*filter.Get(), activity, *pipeline.calls, result);
+    {
+        const InterruptibleFilter interruptible(
+            [&shutdown](const std::string& why) { shutdown.SendUnlessFinished(why); });
+        std::thread filterThread([&] {
+            RunOnFilterThread(*filter.Get(), pipeline, result);
+            activity.Finish();
         });
-    }
-    filterThread.join();
-    if (shutdownThread.joinable()) {
-        shutdownThread.join();
+        std::thread shutdownThread;
+        if (shutdownAfterMs) {
+            shutdownThread = std::thread([&] { ShutDownUnlessFinished(shutdown, activity, *shutdownAfterMs); });
+        }
+        filterThread.join();
+        if (shutdownThread.joinable()) {
+            shutdownThread.join();
+        }
     }
     filter.Reset();
     pipeline.calls->Record("filter released");

@@ -268,7 +268,9 @@ std::string HostUsage()
            "\n"
            "Exit status: 0 StartOperation succeeded (for every job), 1 the filter failed (for any job),\n"
            "2 usage error, unreadable file, refused machine root or description, or module that cannot\n"
-           "be loaded.\n";
+           "be loaded; 128 + the signal after SIGINT, SIGTERM or SIGHUP, which shut the running filters\n"
+           "down, end the programs the machine started (the preview application) and remove the run's\n"
+           "temporary outputs (a second signal, a second or more later, ends the host at once).\n";
 }
 
 }  // namespace pipelinehost

@@ -1,13 +1,20 @@
 // qxpipelinehost: runs the filter module for a job, or for many jobs side by side, as the print
 // filter pipeline would, and reports what the filter did.
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include <objbase.h>
+#include <platform/childprocesses.h>
 #include <platform/machine.h>
 #include <platform/machinedescription.h>
 #include <wrl/client.h>
@@ -20,6 +27,7 @@
 #include "pipelinehost/driverreport.h"
 #include "pipelinehost/filtermodule.h"
 #include "pipelinehost/hostoptions.h"
+#include "pipelinehost/interruption.h"
 #include "pipelinehost/jobcontext.h"
 #include "pipelinehost/jobinputs.h"
 #include "pipelinehost/jobrun.h"
@@ -36,6 +44,61 @@ using Microsoft::WRL::ComPtr;
 constexpr int kSucceeded = 0;
 constexpr int kFilterFailed = 1;
 constexpr int kCannotRun = 2;
+// What a program the machine started reports when an interruption of the host ends it: a console
+// program's status after Ctrl+C (STATUS_CONTROL_C_EXIT).
+constexpr DWORD kInterruptedProgramExit = 0xC000013Au;
+
+std::atomic<int> interruptingSignal{0};
+
+const char* SignalName(int signal)
+{
+    switch (signal) {
+    case SIGINT:
+        return "SIGINT";
+    case SIGTERM:
+        return "SIGTERM";
+    default:
+        return "SIGHUP";
+    }
+}
+
+// SIGINT, SIGTERM and SIGHUP go to a thread of the host's own rather than to any thread wherever it
+// stands. The first ends the run as a cancelled job ends: every running filter gets
+// ShutdownOperation, and the programs the machine started (the preview application, which the filter
+// waits for without a time limit) are ended; the filter then cleans up after its job (job file,
+// pipes) and returns, the host removes its temporary outputs and exits with 128 + the signal. A
+// signal a second or more later ends the host at once; one sooner is the same request arriving
+// twice (Ctrl+C reaches the whole process group, and a wrapper such as timeout passes it on too).
+// Called first, so that every later thread blocks them too.
+void WatchStopSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&signals, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals] {
+        std::chrono::steady_clock::time_point firstAt;
+        for (;;) {
+            int signal = 0;
+            if (::sigwait(&signals, &signal) != 0) {
+                continue;
+            }
+            int first = 0;
+            if (!interruptingSignal.compare_exchange_strong(first, signal)) {
+                if (std::chrono::steady_clock::now() - firstAt < std::chrono::seconds(1)) {
+                    continue;
+                }
+                platform::EndChildProcesses(kInterruptedProgramExit);
+                std::_Exit(128 + signal);
+            }
+            firstAt = std::chrono::steady_clock::now();
+            InterruptJobs(std::string("interrupted by ") + SignalName(signal));
+            platform::EndChildProcesses(kInterruptedProgramExit);
+        }
+    }).detach();
+}
 
 // The machine runs the programs under its root as the job's user, so a root someone else may write
 // would run their program in the user's name: every root must be the user's own. The default one
@@ -242,9 +305,8 @@ int RunHost(const HostOptions& options)
     return RunBatch(options, inputs, std::move(context));
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+// The run as the command line asks for it, with its exit status.
+int RunHostProgram(int argc, char** argv)
 {
     HostOptions options;
     try {
@@ -263,4 +325,18 @@ int main(int argc, char** argv)
         std::cerr << "qxpipelinehost: " << error.what() << "\n";
         return kCannotRun;
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    WatchStopSignals();
+    const int status = RunHostProgram(argc, argv);
+    if (const int signal = interruptingSignal.load()) {
+        std::cerr << "qxpipelinehost: interrupted by " << SignalName(signal)
+                  << ": the jobs were shut down and the programs they started ended\n";
+        return 128 + signal;
+    }
+    return status;
 }
