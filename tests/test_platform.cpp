@@ -457,13 +457,7 @@ TEST(Machine, ARootMustBeTheUsersOwnAndTheDefaultIsMadePrivateAndNeverFollowed)
     fs::permissions(made, fs::perms::all);
     EXPECT_EQ(platform::MachineRootRefusal(made, true),
               "machine root " + made + " may be written by others (mode 0777); refused");
-    EXPECT_NE(platform::MachineRootRefusal(link, false), std::nullopt);
-    if (::geteuid() == 0) {
-        fs::permissions(made, fs::perms(0755));
-        ASSERT_EQ(::chown(made.c_str(), 65534, 65534), 0);
-        EXPECT_EQ(platform::MachineRootRefusal(made, false),
-                  "machine root " + made + " belongs to user 65534, not to this user (0); refused");
-    }
+    EXPECT_NE(platform::MachineRootRefusal(link, false), std::nullopt);  // another user's: see test_pipelinehost
     fs::remove_all(base);
 }
 
