@@ -318,14 +318,11 @@ protected:
         return "Pipe" + std::to_string(::getpid()) + "x" + std::to_string(++counter) + suffix;
     }
 
-    std::string Started(PipeMessageHandler handler = nullptr, std::int32_t message = 0,
-                        const std::string& suffix = "_IN")
+    std::string Started(PipeMessageHandler handler, std::int32_t message)
     {
-        const std::string name = NewName(suffix);
+        const std::string name = NewName();
         StartNamed(name);
-        if (handler != nullptr) {
-            Lib().registerFor(name.c_str(), message, handler);
-        }
+        Lib().registerFor(name.c_str(), message, handler);
         return name;
     }
 
