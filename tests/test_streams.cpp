@@ -340,48 +340,6 @@ TEST(FileWriteStream, AnUnclosedStreamLeavesItsBytesWhenReleased)
     EXPECT_EQ(file.Read(), content);
 }
 
-// /dev/full takes the open and refuses every write with ENOSPC: a disk that is full.
-class FullDisk : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (::access("/dev/full", W_OK) != 0) {
-            GTEST_SKIP() << "no /dev/full here";
-        }
-        stream = WriteStream::ToFile("/dev/full");
-        stream->LogCallsTo(log);
-    }
-
-    std::shared_ptr<pipelinehost::CallLog> log = std::make_shared<pipelinehost::CallLog>();
-    ComPtr<WriteStream> stream;
-};
-
-TEST_F(FullDisk, TheWriteThatSendsTheBufferOutFailsAndSoDoEveryLaterOne)
-{
-    const std::vector<BYTE> chunk = Pattern(kChunk);
-    ULONG written = 0;
-    ULONG taken = 0;
-    while (stream->WriteBytes(chunk.data(), kChunk, &written) == S_OK) {
-        ++taken;
-    }
-    EXPECT_EQ(taken, kMiB / kChunk) << "the buffer holds a megabyte";
-    EXPECT_EQ(written, 0u);
-    EXPECT_EQ(stream->WriteBytes(chunk.data(), 1, &written), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-    EXPECT_EQ(stream->WriteFault(), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-    EXPECT_EQ(stream->BytesWritten(), kMiB) << "what the filter was told was taken";
-    EXPECT_EQ(log->Entries().back(), "writer.WriteBytes(1 bytes) -> HRESULT_FROM_WIN32(ERROR_DISK_FULL)");
-}
-
-TEST_F(FullDisk, CloseLogsTheFaultItFindsAsItHasNoResult)
-{
-    ULONG written = 0;
-    ASSERT_EQ(stream->WriteBytes("job", 3, &written), S_OK);
-    stream->Close();
-    EXPECT_TRUE(stream->Closed());
-    EXPECT_EQ(stream->WriteFault(), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-    EXPECT_EQ(log->Entries().back(), "writer.Close -> HRESULT_FROM_WIN32(ERROR_DISK_FULL)");
-}
-
 TEST(FileWriteStream, SmallWritesCostAboutOneSystemCallPerMegabyte)
 {
     const ScratchFile file;
