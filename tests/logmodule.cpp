@@ -1,6 +1,6 @@
 // A loadable module with its own copy of the driver log, as the filter module has: loading it and
-// calling RunModuleLog starts its log and leaves the writer running; unloading it must drain and
-// end that writer without hanging.
+// calling RunModuleLog starts its log and leaves the writer running. ModuleLogCanUnload is its
+// DllCanUnloadNow: the writer is drained and ended there, so that the unload waits for nothing.
 #include <thread>
 #include <vector>
 
@@ -20,4 +20,9 @@ extern "C" __attribute__((visibility("default"))) void RunModuleLog(int threads,
     for (auto& worker : workers) {
         worker.join();
     }
+}
+
+extern "C" __attribute__((visibility("default"))) void ModuleLogCanUnload()
+{
+    QXDrvLogger::Suspend([] { return true; });
 }

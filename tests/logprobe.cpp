@@ -162,6 +162,7 @@ std::size_t LogLines(const std::string& root)
 }
 
 using RunModuleLog = void (*)(int threads, int count);
+using ModuleLogCanUnload = void (*)();
 
 int RunModule(const std::string& root, const std::string& path, int threads, int count, int cycles, bool keepLoaded)
 {
@@ -172,13 +173,16 @@ int RunModule(const std::string& root, const std::string& path, int threads, int
             return 2;
         }
         const auto run = reinterpret_cast<RunModuleLog>(::dlsym(module, "RunModuleLog"));
-        if (run == nullptr) {
+        const auto canUnload = reinterpret_cast<ModuleLogCanUnload>(::dlsym(module, "ModuleLogCanUnload"));
+        if (run == nullptr || canUnload == nullptr) {
             return 2;
         }
         run(threads, count);
         if (keepLoaded) {
             return 0;  // the module's log ends with the process
         }
+        // As a COM client asks DllCanUnloadNow before it unloads a module.
+        canUnload();
         ::dlclose(module);
         const bool unloaded = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD) == nullptr;
         std::printf("cycle=%d unloaded=%d lines=%zu\n", cycle, unloaded ? 1 : 0, LogLines(root));

@@ -114,6 +114,12 @@ TEST(DllCanUnloadNow, CountsFactoriesFiltersAndLocks)
     EXPECT_EQ(Module::Get().CanUnloadNow(), S_FALSE) << "a live filter keeps the module";
     filter.Reset();
     EXPECT_EQ(Module::Get().CanUnloadNow(), S_OK);
+
+    // Answering S_OK ended the module's log writer, so that an unload waits for no thread; the
+    // next filter starts it again.
+    const LogTail log;
+    ASSERT_EQ(FilterFactory()->CreateInstance(nullptr, IID_IPrintPipelineFilter, &filter), S_OK);
+    EXPECT_TRUE(log.WaitFor(L"Host Preview Filter - Calling Constructor"));
 }
 
 TEST(ClassFactory, ALockHoldsTheModuleUntilTheMatchingUnlockAndAnUnbalancedUnlockDoesNot)

@@ -8,6 +8,7 @@
 #include <wrl/client.h>
 
 #include "moduleobjectcount.h"
+#include "qxdrvlogger.h"
 #include "xpsfilterprevfactory.h"
 
 namespace {
@@ -30,6 +31,8 @@ BOOL APIENTRY DllMain(HMODULE module, DWORD reason, LPVOID)
     return TRUE;
 }
 
+bool NothingAlive() { return ModuleObjectCount() == 0; }
+
 }  // namespace
 
 PLATFORM_DLL_ENTRY_POINT(DllMain)
@@ -51,4 +54,13 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv)
     return factory->QueryInterface(riid, ppv);
 }
 
-STDAPI DllCanUnloadNow() { return ModuleObjectCount() == 0 ? S_OK : S_FALSE; }
+// Asked before the module is unloaded, outside the loader's lock: the one place where the log's
+// writer can still be waited for. A filter created meanwhile starts it again.
+STDAPI DllCanUnloadNow()
+{
+    if (!NothingAlive()) {
+        return S_FALSE;
+    }
+    QXDrvLogger::Suspend(NothingAlive);
+    return NothingAlive() ? S_OK : S_FALSE;
+}

@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <deque>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -36,8 +37,15 @@ public:
 
     static QXDrvLogger& GetInstance();
 
-    // Starts the log for the folder; only the first call that finds the folder has an effect.
+    // Starts the log for the folder; only the first call that finds the folder has an effect,
+    // except that a call after Suspend starts the writer again.
     static void Initialize(const std::wstring& folder);
+
+    // Writes out every queued record, then stops and joins the writer, provided stillUnused() holds
+    // once no writer can start any more. A module calls it when it may be unloaded: the unload
+    // itself must never wait for a thread (on Windows it runs under the loader lock, and at process
+    // exit the writer is gone already).
+    static void Suspend(bool (*stillUnused)());
 
     // 0 when the configuration file was read, 2 when it could not be opened.
     static std::int32_t ReadConfiguration();
@@ -52,17 +60,24 @@ public:
     // One record as it is written to the file, without the line break.
     static std::wstring FormatRecord(const LogMessage& message);
 
-    ~QXDrvLogger();
     QXDrvLogger(const QXDrvLogger&) = delete;
     QXDrvLogger& operator=(const QXDrvLogger&) = delete;
 
 private:
+    struct ModuleExit;
+
     QXDrvLogger();
+    ~QXDrvLogger();
     void StartWriter();
+    void StopWriter();
+    // At module exit with the writer still running: no waiting for it, and no record left behind.
+    void LeaveWriter();
+    void WriteQueuedRecords();
     static void WriterThread(std::deque<LogMessage>& queue, std::atomic<bool>& stop);
 
-    std::deque<LogMessage> m_queue;
+    std::deque<LogMessage> m_queue;  // under the named mutex
     std::atomic<bool> m_stop{true};
+    std::mutex m_lifecycle;  // orders starting and stopping the writer
     std::thread m_writer;
     HANDLE m_mutex = nullptr;  // "LFPDrvLoggerMutex", held for the instance's life
 };

@@ -30,10 +30,11 @@ struct FolderState {
     std::wstring folder;
 };
 
+// Like the writer's signal below, never destroyed: a writer left running at exit may still use it.
 FolderState& Folder()
 {
-    static FolderState state;
-    return state;
+    static FolderState* const state = new FolderState;
+    return *state;
 }
 
 std::wstring CurrentFolder()
@@ -59,8 +60,8 @@ struct WriterSignal {
 
 WriterSignal& Signal()
 {
-    static WriterSignal signal;
-    return signal;
+    static WriterSignal* const signal = new WriterSignal;
+    return *signal;
 }
 
 bool Acquired(DWORD waitResult) { return waitResult == WAIT_OBJECT_0 || waitResult == WAIT_ABANDONED; }
@@ -147,6 +148,13 @@ void AppendBytes(std::string& out, const std::wstring& text)
     }
 }
 
+// One record as the file holds it: its 8-bit text and the line break.
+void AppendRecordLine(std::string& out, const LogMessage& message)
+{
+    AppendBytes(out, QXDrvLogger::FormatRecord(message));
+    out += '\n';
+}
+
 }  // namespace
 
 QXDrvLogger::QXDrvLogger()
@@ -159,36 +167,24 @@ QXDrvLogger::QXDrvLogger()
     g_live.store(this);
 }
 
+// Made at first use and ended by ModuleExit when the module goes.
+struct QXDrvLogger::ModuleExit {
+    QXDrvLogger* logger;
+    ~ModuleExit()
+    {
+        g_live.store(nullptr);
+        if (logger->m_writer.joinable()) {
+            // Still needed by the writer, so never destroyed.
+            logger->LeaveWriter();
+        } else {
+            delete logger;
+        }
+    }
+};
+
 QXDrvLogger::~QXDrvLogger()
 {
-    try {
-        WriterSignal& signal = Signal();
-        if (!m_stop.load()) {
-            // Everything queued before this point is written before the writer is told to stop.
-            // Waiting for a count rather than an empty queue keeps a thread that goes on logging
-            // during exit from holding the teardown up forever.
-            const std::uint64_t target = signal.appended.load();
-            {
-                std::unique_lock<std::mutex> hold(signal.lock);
-                signal.drainWaiting = true;
-                signal.written.wait(hold, [&] { return signal.removed.load() >= target || signal.writerFinished; });
-                signal.drainWaiting = false;
-            }
-            m_stop.store(true);
-            {
-                std::lock_guard<std::mutex> hold(signal.lock);
-                signal.wake.notify_all();
-            }
-        }
-        if (m_writer.joinable()) {
-            m_writer.join();
-        }
-    } catch (...) {
-    }
-    g_live.store(nullptr);
-    if (!m_writer.joinable()) {
-        ReleaseLogSiteNames();
-    }
+    ReleaseLogSiteNames();
     if (m_mutex != nullptr) {
         ::CloseHandle(m_mutex);
     }
@@ -196,27 +192,103 @@ QXDrvLogger::~QXDrvLogger()
 
 QXDrvLogger& QXDrvLogger::GetInstance()
 {
-    static QXDrvLogger instance;
-    return instance;
+    static QXDrvLogger* const instance = new QXDrvLogger;
+    static const ModuleExit exit{instance};
+    return *instance;
+}
+
+void QXDrvLogger::Suspend(bool (*stillUnused)())
+{
+    QXDrvLogger* const live = g_live.load();
+    if (live == nullptr) {
+        return;
+    }
+    try {
+        const std::lock_guard<std::mutex> hold(live->m_lifecycle);
+        if (stillUnused()) {
+            live->StopWriter();
+        }
+    } catch (...) {
+    }
+}
+
+void QXDrvLogger::StopWriter()
+{
+    WriterSignal& signal = Signal();
+    if (!m_stop.load()) {
+        // Everything queued before this point is written before the writer is told to stop.
+        // Waiting for a count rather than an empty queue keeps a thread that goes on logging from
+        // holding the stop up forever.
+        const std::uint64_t target = signal.appended.load();
+        {
+            std::unique_lock<std::mutex> hold(signal.lock);
+            signal.drainWaiting = true;
+            signal.written.wait(hold, [&] { return signal.removed.load() >= target || signal.writerFinished; });
+            signal.drainWaiting = false;
+        }
+        m_stop.store(true);
+        {
+            std::lock_guard<std::mutex> hold(signal.lock);
+            signal.wake.notify_all();
+        }
+    }
+    if (m_writer.joinable()) {
+        m_writer.join();
+    }
+}
+
+void QXDrvLogger::LeaveWriter()
+{
+    m_stop.store(true);
+    // No lock: at process exit on Windows a thread that held it may be gone. A writer that misses
+    // the wake-up still sees the stop at its next record.
+    Signal().wake.notify_all();
+    m_writer.detach();
+    WriteQueuedRecords();
+}
+
+void QXDrvLogger::WriteQueuedRecords()
+{
+    try {
+        NamedMutexHold hold(m_mutex);
+        if (!hold.Held() || m_queue.empty()) {
+            return;
+        }
+        std::string bytes;
+        for (const LogMessage& message : m_queue) {
+            AppendRecordLine(bytes, message);
+        }
+        m_queue.clear();
+        const std::wstring path = CurrentFolder() + kLogFile;
+        if (FILE* file = ::_wfsopen(path.c_str(), L"at", _SH_DENYNO)) {
+            std::fwrite(bytes.data(), 1, bytes.size(), file);
+            std::fclose(file);
+        }
+    } catch (...) {
+    }
 }
 
 void QXDrvLogger::Initialize(const std::wstring& folder)
 {
     try {
-        FolderState& state = Folder();
-        std::lock_guard<std::recursive_mutex> hold(state.lock);
-        if (!state.folder.empty()) {
-            return;
+        {
+            FolderState& state = Folder();
+            std::lock_guard<std::recursive_mutex> hold(state.lock);
+            if (state.folder.empty()) {
+                // Exactly a plain folder: a read-only, hidden, archived... folder is not the log folder.
+                if (::GetFileAttributesW(folder.c_str()) != FILE_ATTRIBUTE_DIRECTORY) {
+                    return;
+                }
+                state.folder = folder;
+                if (ReadConfiguration() != 0) {
+                    return;
+                }
+            }
         }
-        // Exactly a plain folder: a read-only, hidden, archived... folder is not the log folder.
-        if (::GetFileAttributesW(folder.c_str()) != FILE_ATTRIBUTE_DIRECTORY) {
-            return;
+        // Also after a suspension: the module's next object starts the writer again.
+        if (g_threshold.load() < kOff) {
+            GetInstance().StartWriter();
         }
-        state.folder = folder;
-        if (ReadConfiguration() != 0 || g_threshold.load() >= kOff) {
-            return;
-        }
-        GetInstance().StartWriter();
     } catch (...) {
     }
 }
@@ -348,8 +420,14 @@ std::wstring QXDrvLogger::FormatRecord(const LogMessage& message)
 
 void QXDrvLogger::StartWriter()
 {
+    const std::lock_guard<std::mutex> hold(m_lifecycle);
     if (m_mutex == nullptr || m_writer.joinable()) {
         return;
+    }
+    {
+        WriterSignal& signal = Signal();
+        std::lock_guard<std::mutex> signalHold(signal.lock);
+        signal.writerFinished = false;
     }
     m_stop.store(false);
     try {
@@ -381,8 +459,7 @@ void QXDrvLogger::WriterThread(std::deque<LogMessage>& queue, std::atomic<bool>&
                     // The whole record and its flush happen under the mutex, so a record of another
                     // module or process sharing the file never lands inside this one.
                     bytes.clear();
-                    AppendBytes(bytes, FormatRecord(queue.front()));
-                    bytes += '\n';
+                    AppendRecordLine(bytes, queue.front());
                     if (file != nullptr) {
                         std::fwrite(bytes.data(), 1, bytes.size(), file);
                         std::fflush(file);
