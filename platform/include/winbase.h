@@ -63,11 +63,7 @@ void GetLocalTime(SYSTEMTIME* lpSystemTime);
 DWORD GetFileAttributesW(LPCWSTR lpFileName);
 BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes);
 
-// C runtime file stream opened by a Windows path, with the sharing mode of _wfsopen.
-#define _SH_DENYRW 0x10
-#define _SH_DENYWR 0x20
-#define _SH_DENYRD 0x30
-#define _SH_DENYNO 0x40
+// C runtime file stream opened by a Windows path, with a sharing mode of share.h.
 FILE* _wfsopen(const wchar_t* filename, const wchar_t* mode, int shflag);
 
 // ---- modules

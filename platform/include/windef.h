@@ -9,7 +9,9 @@ using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using UINT = std::uint32_t;
 using ULONG = std::uint32_t;
-using LONG = std::int32_t;
+// long, as Windows declares it, so that code taking a LONG for a std::int32_t (which is int) fails
+// to compile here as it does there. It is 64 bits wide here: no layout uses it (see LARGE_INTEGER).
+using LONG = long;
 using INT = std::int32_t;
 using SHORT = std::int16_t;
 using USHORT = std::uint16_t;
@@ -64,7 +66,7 @@ inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<
 union LARGE_INTEGER {
     struct {
         DWORD LowPart;
-        LONG HighPart;
+        std::int32_t HighPart;  // LONG on Windows, where it is 32 bits wide as here
     } u;
     LONGLONG QuadPart;
 };

@@ -91,9 +91,9 @@ private:
 
     // Nothing sets these on a PDF driver's job; they read as "other platform, no PIN, not KORU only".
     EPlatform m_platform = OtherPlatform;
-    std::int32_t m_manualMargin = 0;
-    std::int32_t m_maxPrinterWidth = 0;
-    std::int32_t m_trayMargin = 0;
+    LONG m_manualMargin = 0;  // LONG, as the driver property bag reads them
+    LONG m_maxPrinterWidth = 0;
+    LONG m_trayMargin = 0;
     EPdl m_pdl = OtherPdl;
     EEncryptedPinSupport m_encryptedPinSupport = EncryptedPinNone;
     std::int32_t m_koruOnly = 0;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <rapidxml/rapidxml.hpp>
+#include <share.h>
 
 #include "textconversion.h"
 

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <new>
 
+#include <share.h>
+
 #include "driverutils.h"
 #include "hrerror.h"
 #include "legacydriverpropertybagproxy.h"

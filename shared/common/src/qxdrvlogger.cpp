@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include <share.h>
 #include <windows.h>
 
 namespace {
