@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <windows.h>
 #include <winspool.h>
 
 #include "pipelinepropertybagproxy.h"

@@ -2,6 +2,8 @@
 // stream operations of a job: priming the input, copying it into memory, and passing it through.
 #pragma once
 
+#include <utility>
+
 #include <filterpipeline.h>
 #include <wrl/client.h>
 

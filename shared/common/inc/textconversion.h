@@ -8,4 +8,6 @@
 
 std::wstring AnsiToWide(std::string_view text);
 std::wstring Utf8ToWide(std::string_view text);
+// For text that is only shown: each invalid UTF-8 byte becomes U+FFFD instead of an error.
+std::wstring Utf8ToWideReplacingInvalid(std::string_view text);
 std::string WideToUtf8(std::wstring_view text);

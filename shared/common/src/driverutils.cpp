@@ -2,6 +2,7 @@
 
 #include <cwchar>
 
+#include <windows.h>
 #include <winspool.h>
 
 #include "qxdrvlogger.h"

@@ -1,5 +1,6 @@
 #include "driverversion.h"
 
+#include <windows.h>
 #include <winspool.h>
 
 #include "scopedprinter.h"

@@ -13,9 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include <platform/text.h>
-
 #include "qxdrvlogger.h"
+#include "textconversion.h"
 
 namespace {
 
@@ -435,7 +434,7 @@ public:
                 return found->second;
             }
         }
-        const std::wstring wide = platform::FromUtf8(convert(key));
+        const std::wstring wide = Utf8ToWideReplacingInvalid(convert(key));
         auto* text = new wchar_t[wide.size() + 1];
         std::wmemcpy(text, wide.c_str(), wide.size() + 1);
         std::lock_guard<std::mutex> hold(lock_);

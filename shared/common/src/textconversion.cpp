@@ -36,6 +36,8 @@ std::wstring AnsiToWide(std::string_view text) { return ToWide(CP_THREAD_ACP, 0,
 
 std::wstring Utf8ToWide(std::string_view text) { return ToWide(CP_UTF8, MB_ERR_INVALID_CHARS, text); }
 
+std::wstring Utf8ToWideReplacingInvalid(std::string_view text) { return ToWide(CP_UTF8, 0, text); }
+
 std::string WideToUtf8(std::wstring_view text)
 {
     if (text.empty()) {

@@ -71,9 +71,10 @@ ScopedVariant XMLHandler::GetComValue(const std::wstring& query)
 std::int32_t XMLHandler::GetIntValue(const std::wstring& query)
 {
     const ScopedVariant value = GetComValue(query);
-    const std::wstring text = VariantText(value.Get());
+    std::wstring text = VariantText(value.Get());
     LONG number = 0;
-    if (FAILED(VarI4FromStr(text.c_str(), LOCALE_USER_DEFAULT, 0, &number))) {
+    // data(), not c_str(): mingw-w64 declares the text parameter without the SDK's const.
+    if (FAILED(VarI4FromStr(text.data(), LOCALE_USER_DEFAULT, 0, &number))) {
         number = 0;
     }
     return number;
