@@ -7,6 +7,7 @@
 #include <platform/dllentry.h>
 #include <wrl/client.h>
 
+#include "comadopt.h"
 #include "moduleobjectcount.h"
 #include "qxdrvlogger.h"
 #include "xpsfilterprevfactory.h"
@@ -47,7 +48,7 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv)
         return CLASS_E_CLASSNOTAVAILABLE;
     }
     Microsoft::WRL::ComPtr<XPSFilterPrevFactory> factory;
-    factory.Attach(new (std::nothrow) XPSFilterPrevFactory);
+    AdoptNewObject(factory, new (std::nothrow) XPSFilterPrevFactory);
     if (!factory) {
         return E_OUTOFMEMORY;
     }

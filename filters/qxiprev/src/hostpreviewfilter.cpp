@@ -3,6 +3,7 @@
 #include <array>
 
 #include "arssmanager.h"
+#include "comadopt.h"
 #include "hrerror.h"
 #include "moduleobjectcount.h"
 #include "printerattributesettings.h"
@@ -70,7 +71,7 @@ HostPreviewFilter::HostPreviewFilter()
 {
     QXDrvLogger::Initialize(kLogFolder);
     QXLOG_INFO(L"Host Preview Filter - Calling Constructor");
-    m_liveness.Attach(new FilterLiveness);
+    AdoptNewObject(m_liveness, new FilterLiveness);
     IncrementModuleObjectCount();
 }
 

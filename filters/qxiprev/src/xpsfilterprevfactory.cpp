@@ -2,6 +2,7 @@
 
 #include <wrl/client.h>
 
+#include "comadopt.h"
 #include "hostpreviewfilter.h"
 #include "moduleobjectcount.h"
 
@@ -28,7 +29,7 @@ HRESULT XPSFilterPrevFactory::CreateInstance(IUnknown* outer, REFIID riid, void*
     *ppv = nullptr;
     Microsoft::WRL::ComPtr<IPrintPipelineFilter> filter;
     try {
-        filter.Attach(m_makeFilter());
+        AdoptNewObject(filter, m_makeFilter());
     } catch (...) {
         return E_UNEXPECTED;
     }
