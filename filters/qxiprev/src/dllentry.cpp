@@ -4,7 +4,6 @@
 #include <new>
 
 #include <objbase.h>
-#include <platform/dllentry.h>
 #include <wrl/client.h>
 
 #include "comadopt.h"
@@ -24,7 +23,7 @@ bool IsFilterClsid(REFCLSID clsid)
     return words[0] == kFilterClsidWords[0] && words[1] == kFilterClsidWords[1];
 }
 
-BOOL APIENTRY DllMain(HMODULE module, DWORD reason, LPVOID)
+BOOL ModuleMain(HMODULE module, DWORD reason, LPVOID)
 {
     if (reason == DLL_PROCESS_ATTACH) {
         DisableThreadLibraryCalls(module);
@@ -36,7 +35,17 @@ bool NothingAlive() { return ModuleObjectCount() == 0; }
 
 }  // namespace
 
-PLATFORM_DLL_ENTRY_POINT(DllMain)
+// The one place where the two builds differ: the Windows loader calls a global DllMain through the
+// C runtime's entry point; the stand-in calls the function the macro names when it maps the module.
+#ifdef _WIN32
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved)
+{
+    return ModuleMain(module, reason, reserved);
+}
+#else
+#include <platform/dllentry.h>
+PLATFORM_DLL_ENTRY_POINT(ModuleMain)
+#endif
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv)
 {
