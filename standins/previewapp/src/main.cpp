@@ -1,20 +1,23 @@
 // The preview application stand-in. See previewarguments.h for the command line and
 // previewscript.h for the scripting through the environment; exitcodes.h lists the exit codes.
-#include <unistd.h>
-
 #include <exception>
 #include <iostream>
 
+#include "hostprocess.h"
 #include "previewapplication.h"
 #include "previewfailure.h"
 
 namespace {
 
-constexpr char kUsage[] =
-    "usage: qxpreviewapp --Version=<version> --Input=<filter's pipe> --Output=<own pipe>\n"
-    "                    [--library=<libqxicl.so>] [--encoding-library=<libqxitrn.so>]\n"
-    "scripting: QXPREVIEW_MODE=accept|change|cancel|exit|crash|garbage|short|silent|interactive and the\n"
-    "other QXPREVIEW_ variables in the environment, or in a file named by QXPREVIEW_SCRIPT\n";
+std::string Usage()
+{
+    return std::string("usage: qxpreviewapp --Version=<version> --Input=<filter's pipe> --Output=<own pipe>\n"
+                       "                    [--library=<") +
+           previewapp::kChannelLibraryFile + ">] [--encoding-library=<" + previewapp::kEncodingLibraryFile +
+           ">]\n"
+           "scripting: QXPREVIEW_MODE=accept|change|cancel|exit|crash|garbage|short|silent|interactive and the\n"
+           "other QXPREVIEW_ variables in the environment, or in a file named by QXPREVIEW_SCRIPT\n";
+}
 
 }  // namespace
 
@@ -23,12 +26,12 @@ int main(int argc, char** argv)
     using namespace previewapp;
     try {
         const PreviewArguments arguments = PreviewArguments::Parse(argc, argv);
-        const PreviewScript script = PreviewScript::FromEnvironment(isatty(STDIN_FILENO) != 0);
+        const PreviewScript script = PreviewScript::FromEnvironment(StandardInputIsTerminal());
         return PreviewApplication(arguments, script).Run();
     } catch (const PreviewFailure& failure) {
         std::cerr << "qxpreviewapp: " << failure.what() << '\n';
         if (failure.Code() == kExitUsage) {
-            std::cerr << kUsage;
+            std::cerr << Usage();
         }
         return failure.Code();
     } catch (const std::exception& error) {

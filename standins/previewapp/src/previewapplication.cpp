@@ -1,11 +1,10 @@
 #include "previewapplication.h"
 
-#include <sys/resource.h>
-
 #include <cstdlib>
 #include <iostream>
 
 #include "channellibrary.h"
+#include "hostprocess.h"
 #include "previewconversation.h"
 #include "previewfailure.h"
 #include "previewinbox.h"
@@ -117,10 +116,7 @@ void PreviewApplication::Crash(const ReceivedJob& job, PreviewReport& report) co
     report.SetSignal("SIGABRT");
     report.Write(m_script.ReportPath());
     std::cerr << "qxpreviewapp: aborting as scripted\n";
-    // A core file of a scripted crash is of no use to anyone.
-    const rlimit noCore{0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-    std::abort();
+    AbortQuietly();
 }
 
 }  // namespace previewapp

@@ -1,10 +1,8 @@
 #include "previewarguments.h"
 
-#include <limits.h>
-#include <unistd.h>
-
 #include <string_view>
 
+#include "hostprocess.h"
 #include "previewfailure.h"
 
 namespace previewapp {
@@ -35,17 +33,6 @@ const ArgumentDesc& DescOf(std::string_view argument)
     throw PreviewFailure(kExitUsage, "unknown argument: " + std::string(argument));
 }
 
-std::string ExecutableFolder()
-{
-    char path[PATH_MAX] = {};
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof(path) - 1);
-    if (length <= 0) {
-        return ".";
-    }
-    const std::string executable(path, static_cast<std::size_t>(length));
-    return executable.substr(0, executable.rfind('/'));
-}
-
 }  // namespace
 
 PreviewArguments PreviewArguments::Parse(int argc, const char* const* argv)
@@ -63,10 +50,10 @@ PreviewArguments PreviewArguments::Parse(int argc, const char* const* argv)
     }
     const std::string folder = ExecutableFolder();
     if (arguments.channelLibrary.empty()) {
-        arguments.channelLibrary = folder + "/libqxicl.so";
+        arguments.channelLibrary = folder + kChannelLibraryFile;
     }
     if (arguments.encodingLibrary.empty()) {
-        arguments.encodingLibrary = folder + "/libqxitrn.so";
+        arguments.encodingLibrary = folder + kEncodingLibraryFile;
     }
     return arguments;
 }

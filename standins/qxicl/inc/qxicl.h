@@ -3,7 +3,13 @@
 
 #include <cstdint>
 
+// The four functions are all the library shows: a version script keeps the rest in on Linux, and on
+// Windows only what is marked is exported.
+#ifdef _WIN32
+#define QXICL_EXPORT __declspec(dllexport)
+#else
 #define QXICL_EXPORT __attribute__((visibility("default")))
+#endif
 
 extern "C" {
 

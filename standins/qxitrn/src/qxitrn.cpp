@@ -6,7 +6,11 @@
 #include "morvikrecord.h"
 #include "settingstext.h"
 
+#ifdef _WIN32
+#define QXITRN_EXPORT extern "C" __declspec(dllexport)
+#else
 #define QXITRN_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
 
 namespace {
 

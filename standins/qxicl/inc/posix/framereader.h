@@ -4,14 +4,9 @@
 
 #include <cstddef>
 
-namespace qxicl {
+#include "framedelivery.h"
 
-enum class ReadResult {
-    Complete,  // every byte asked for arrived
-    Closed,    // the peer closed the connection before the first byte
-    Stopped,   // the endpoint is stopping
-    Failed,    // a read error, a silent peer, or the connection closed part way
-};
+namespace qxicl {
 
 // Reads exactly size bytes from a non-blocking connection.
 ReadResult ReadExactly(int connection, int wake, void* buffer, std::size_t size);

@@ -8,18 +8,12 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
+#include "framedelivery.h"
 #include "handlertable.h"
 #include "uniquefd.h"
 
 namespace qxicl {
-
-// A handler reads at least this many bytes: the payload and zeros after it.
-inline constexpr std::size_t kMinDeliveryBuffer = 4096;
-// Zeros that follow even the longest payload, so that a text read to its terminator ends in the
-// buffer.
-inline constexpr std::size_t kDeliveryZeroTail = 4;
 
 class PipeEndpoint : public std::enable_shared_from_this<PipeEndpoint> {
 public:
@@ -41,13 +35,10 @@ private:
     bool WaitForConnection() const;
     // False when the endpoint is stopping.
     bool Serve(int connection);
-    void PrepareBuffer(std::uint32_t payloadSize);
-    void Deliver(std::int32_t message);
 
     UniqueFd m_listener;
     const UniqueFd m_wake;
-    const std::shared_ptr<HandlerTable> m_handlers;
-    std::vector<unsigned char> m_buffer;
+    FrameDelivery m_delivery;
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
 };

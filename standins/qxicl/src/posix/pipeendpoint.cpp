@@ -5,10 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
-#include "frameheader.h"
 #include "framereader.h"
 #include "localsocket.h"
 #include "trustedpeer.h"
@@ -36,7 +34,7 @@ std::shared_ptr<PipeEndpoint> PipeEndpoint::Start(const std::string& pipeName,
 PipeEndpoint::PipeEndpoint(UniqueFd listener, UniqueFd wake, std::shared_ptr<HandlerTable> handlers)
     : m_listener(std::move(listener)),
       m_wake(std::move(wake)),
-      m_handlers(std::move(handlers))
+      m_delivery(std::move(handlers))
 {
 }
 
@@ -89,44 +87,10 @@ bool PipeEndpoint::WaitForConnection() const
 
 bool PipeEndpoint::Serve(int connection)
 {
-    for (;;) {
-        unsigned char headerBytes[kFrameHeaderSize];
-        ReadResult result = ReadExactly(connection, m_wake.Get(), headerBytes, sizeof headerBytes);
-        if (result != ReadResult::Complete) {
-            return result != ReadResult::Stopped;
-        }
-        const FrameHeader header = FrameHeader::Decode(headerBytes);
-        if (!header.IsAcceptable()) {
-            return true;
-        }
-        PrepareBuffer(header.size);
-        result = ReadExactly(connection, m_wake.Get(), m_buffer.data(), header.size);
-        if (result != ReadResult::Complete) {
-            return result != ReadResult::Stopped;
-        }
-        Deliver(header.message);
-        if (m_stopping) {
-            return false;
-        }
-    }
-}
-
-void PipeEndpoint::PrepareBuffer(std::uint32_t payloadSize)
-{
-    m_buffer.assign(std::max<std::size_t>(kMinDeliveryBuffer, payloadSize + kDeliveryZeroTail), 0);
-}
-
-// Handlers are plain functions of the callers; nothing they throw may end the receive thread.
-void PipeEndpoint::Deliver(std::int32_t message)
-{
-    const PipeMessageHandler handler = m_handlers->Find(message);
-    if (handler == nullptr) {
-        return;
-    }
-    try {
-        handler(m_buffer.data());
-    } catch (...) {
-    }
+    const auto read = [this, connection](void* buffer, std::size_t size) {
+        return ReadExactly(connection, m_wake.Get(), buffer, size);
+    };
+    return m_delivery.Serve(read, m_stopping);
 }
 
 }  // namespace qxicl
