@@ -177,6 +177,7 @@ int main()
     Check(crashed != 0 && crashed != 1 && crashed != -1 && !ResultArrived(), "a crash ends without a result");
 
     stopPipe(g_filterPipe.c_str());
+    Check(g_send(g_filterPipe.c_str(), PP_MSG_RESULT, "x", 1) == 1, "a stopped pipe has no peer");
     std::printf("smokepeer: %s\n", g_failures == 0 ? "all checks passed" : "FAILED");
     return g_failures == 0 ? 0 : 1;
 }
