@@ -1,5 +1,6 @@
 #include "qxdrvlogger.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cwchar>
@@ -59,9 +60,19 @@ struct WriterSignal {
     bool writerFinished = false;              // under lock
 };
 
+// Used once on the thread that makes it, never first by the writer: mingw-w64's condition variables
+// and mutexes set themselves up at first use under a spinlock of the whole process. A writer that
+// ExitProcess ends during that setup leaves the spinlock held, and the module's teardown, which
+// destroys condition variables of its own, would then spin on it forever.
 WriterSignal& Signal()
 {
-    static WriterSignal* const signal = new WriterSignal;
+    static WriterSignal* const signal = [] {
+        auto* const made = new WriterSignal;
+        std::unique_lock<std::mutex> hold(made->lock);
+        made->wake.wait_for(hold, std::chrono::seconds(0));
+        made->written.wait_for(hold, std::chrono::seconds(0));
+        return made;
+    }();
     return *signal;
 }
 
