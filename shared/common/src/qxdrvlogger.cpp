@@ -32,11 +32,28 @@ struct FolderState {
     std::wstring folder;
 };
 
-// Like the writer's signal below, never destroyed: a writer left running at exit may still use it.
+// Set when the module went with its writer still running: that writer may still use the folder
+// and the signal, so they are never freed then.
+std::atomic<bool> g_writerLeftRunning{false};
+
+// Freed when the module goes, unless its writer was left running. Made first, so that it goes
+// after the instance, which decides.
+template <class State>
+class ModuleState {
+public:
+    ~ModuleState()
+    {
+        if (!g_writerLeftRunning.load()) {
+            delete state_;
+        }
+    }
+    State* state_;
+};
+
 FolderState& Folder()
 {
-    static FolderState* const state = new FolderState;
-    return *state;
+    static const ModuleState<FolderState> folder{new FolderState};
+    return *folder.state_;
 }
 
 std::wstring CurrentFolder()
@@ -66,14 +83,14 @@ struct WriterSignal {
 // destroys condition variables of its own, would then spin on it forever.
 WriterSignal& Signal()
 {
-    static WriterSignal* const signal = [] {
+    static const ModuleState<WriterSignal> signal{[] {
         auto* const made = new WriterSignal;
         std::unique_lock<std::mutex> hold(made->lock);
         made->wake.wait_for(hold, std::chrono::seconds(0));
         made->written.wait_for(hold, std::chrono::seconds(0));
         return made;
-    }();
-    return *signal;
+    }()};
+    return *signal.state_;
 }
 
 bool Acquired(DWORD waitResult) { return waitResult == WAIT_OBJECT_0 || waitResult == WAIT_ABANDONED; }
@@ -187,6 +204,7 @@ struct QXDrvLogger::ModuleExit {
         g_live.store(nullptr);
         if (logger->m_writer.joinable()) {
             // Still needed by the writer, so never destroyed.
+            g_writerLeftRunning.store(true);
             logger->LeaveWriter();
         } else {
             delete logger;
