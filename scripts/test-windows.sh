@@ -12,7 +12,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_dir=${BUILD_WINDOWS_DIR:-$root/build-windows}
 bin=$build_dir/bin
 
-sections=(loadcheck_log_off loadcheck_log_on)
+sections=(loadcheck_log_off loadcheck_log_on standins)
 
 if [[ ${QX_NO_BUILD:-0} != 1 ]]; then
   bash "$root/scripts/build-windows.sh"
@@ -82,6 +82,12 @@ section_loadcheck_log_off() {
 section_loadcheck_log_on() {
   driver_log on
   run_windows 60 qxloadcheck.exe on
+}
+
+# The driver's closed libraries and the preview application, built in the same tree; their smoke
+# run makes a prefix of its own.
+section_standins() {
+  QX_NO_BUILD=1 BUILD_WINSTANDINS_DIR="$build_dir" bash "$root/scripts/test-windows-standins.sh"
 }
 
 if (($# > 0)); then
