@@ -12,12 +12,12 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_dir=${BUILD_WINDOWS_DIR:-$root/build-windows}
 bin=$build_dir/bin
 
-sections=(loadcheck_log_off loadcheck_log_on standins)
+sections=(loadcheck_log_off loadcheck_log_on standins passthrough)
 
 if [[ ${QX_NO_BUILD:-0} != 1 ]]; then
   bash "$root/scripts/build-windows.sh"
 fi
-for program in qxiprev.dll qxloadcheck.exe; do
+for program in qxiprev.dll qxloadcheck.exe qxwinhost.exe; do
   if [[ ! -f $bin/$program ]]; then
     echo "test-windows: $bin/$program is missing (windows/CMakeLists.txt must add_subdirectory(tests))" >&2
     exit 1
@@ -88,6 +88,46 @@ section_loadcheck_log_on() {
 # run makes a prefix of its own.
 section_standins() {
   QX_NO_BUILD=1 BUILD_WINSTANDINS_DIR="$build_dir" bash "$root/scripts/test-windows-standins.sh"
+}
+
+# The bundled sample job, preview off, through qxwinhost.exe on the bundled machine's "QX Mesa 44":
+# the filter passes the bytes through and publishes the PIN and the privacy level, as the Linux
+# host shows it. The driver properties go to the host as lines "TYPE NAME=VALUE".
+section_passthrough() {
+  local work="$WINEPREFIX/drive_c/qxjob" report status=0
+  mkdir -p "$work"
+  cp "$root/samples/jobs/sample.xps" "$work/sample.xps"
+  python3 - "$root/samples/machines/default.json" "QX Mesa 44" >"$work/driver.txt" <<'PY'
+import json, sys
+machine = json.load(open(sys.argv[1], encoding="utf-8"))
+printer = next(p for p in machine["printers"] if p["name"] == sys.argv[2])
+for name, entry in printer["driverPropertyBag"].items():
+    value = entry["value"]
+    if entry["type"] == "bool":
+        value = 1 if value else 0
+    print(f'{entry["type"]} {name}={value}')
+PY
+  driver_log off
+  report=$(run_windows 120 qxwinhost.exe --module "$(winepath -w "$bin/qxiprev.dll")" \
+             --input 'C:\qxjob\sample.xps' --output 'C:\qxjob\output.xps' \
+             --driver-properties 'C:\qxjob\driver.txt' --printer "QX Mesa 44") || status=$?
+  report=${report//$'\r'/}  # the Windows C runtime ends its lines with CR LF
+  printf '%s\n' "$report" | sed 's/^/  /'
+  if ((status != 0)); then
+    return 1
+  fi
+  local expected
+  for expected in '  StartOperation 0x00000000 S_OK' '  pipeline  RequestShutdown 0 (0x00000000), FilterFinished 1' \
+                  '  XPS_FP_PIN = VT_BSTR "' '  XPS_FP_PRIVACYLEVEL = VT_I4 '; do
+    if ! grep -qF -- "$expected" <<<"$report"; then
+      echo "test-windows: the passthrough report lacks: $expected" >&2
+      return 1
+    fi
+  done
+  if ! grep -q 'bytes, equal to the input$' <<<"$report" || ! cmp -s "$work/sample.xps" "$work/output.xps"; then
+    echo "test-windows: the passthrough output differs from the input" >&2
+    return 1
+  fi
 }
 
 if (($# > 0)); then
