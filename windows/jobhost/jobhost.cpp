@@ -1,7 +1,7 @@
 // qxwinhost.exe: runs one job through the filter module under Wine as the print filter pipeline
 // would, and prints what happened. The pipeline's objects are ours (pipelineobjects.h); what Wine
-// lacks of the XPS Document API is registered for the run (xpspackage.h); the printer is one of
-// Wine's spooler, added on first use.
+// lacks of the XPS Document API and of bidi is registered for the run (xpspackage.h,
+// bidiobject.h); the printer is one of Wine's spooler, added on first use.
 //
 //   qxwinhost.exe --module qxiprev.dll --input job.xps --output out.xps
 //                 --driver-properties FILE [--printer NAME]
@@ -14,6 +14,7 @@
 #include <objbase.h>
 #include <winspool.h>
 
+#include <bidispl.h>
 #include <filterpipeline.h>
 #include <printerextension.h>
 #include <xpsobjectmodel.h>
@@ -24,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "bidiobject.h"
 #include "pipelineobjects.h"
 #include "xpspackage.h"
 
@@ -235,6 +237,15 @@ int RunJob(const Options& options)
         return 2;
     }
 
+    IClassFactory* bidiClass = NewBidiSplClass();
+    DWORD bidiCookie = 0;
+    hr = CoRegisterClassObject(CLSID_BidiSpl, bidiClass, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &bidiCookie);
+    bidiClass->Release();
+    if (FAILED(hr)) {
+        std::fprintf(stderr, "qxwinhost: CoRegisterClassObject of the bidi object failed with 0x%08lx\n", hr);
+        return 2;
+    }
+
     HANDLE printer = OpenJobPrinter(options.printer);
     if (printer == nullptr) {
         return 2;
@@ -370,6 +381,7 @@ int RunJob(const Options& options)
     DeleteFileW(spoolFile);
     ClosePrinter(printer);
     CloseHandle(token);
+    CoRevokeClassObject(bidiCookie);
     CoRevokeClassObject(xpsCookie);
     if (status == 2) {
         return 2;
