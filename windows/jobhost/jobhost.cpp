@@ -4,12 +4,14 @@
 // bidiobject.h); the printer is one of Wine's spooler, added on first use.
 //
 //   qxwinhost.exe --module qxiprev.dll --input job.xps --output out.xps
-//                 --driver-properties FILE [--printer NAME]
+//                 --driver-properties FILE [--printer NAME] [--expect done|abort]
 //
 // FILE holds the printer's version-4 driver properties, one a line, UTF-8:
 // "bool NAME=0|1", "int32 NAME=N" or "string NAME=TEXT".
-// Exit status: 0 when StartOperation returned S_OK and the output equals the input, 1 when the
-// job failed or the output differs, 2 for a usage error or a host that could not be set up.
+// Exit status: 0 when the job ended as expected, 1 when it did not, 2 for a usage error or a host
+// that could not be set up. "done" (the default) expects StartOperation's S_OK and an output equal
+// to the input; "abort" expects E_ABORT, a shutdown requested with it, and an output the filter
+// closed empty, as a cancelled preview ends.
 #include <windows.h>
 #include <objbase.h>
 #include <winspool.h>
@@ -41,6 +43,7 @@ struct Options {
     std::wstring output;
     std::wstring driverProperties;
     std::wstring printer = L"QX Mesa 44";
+    bool expectAbort = false;
 };
 
 std::string Utf8(const std::wstring& text)
@@ -70,7 +73,7 @@ int Usage(const char* problem)
     std::fprintf(stderr, "qxwinhost: %s\n", problem);
     std::fprintf(stderr,
                  "usage: qxwinhost.exe --module DLL --input FILE --output FILE --driver-properties FILE "
-                 "[--printer NAME]\n");
+                 "[--printer NAME] [--expect done|abort]\n");
     return 2;
 }
 
@@ -303,6 +306,7 @@ int RunJob(const Options& options)
     std::printf("  driver    IPrinterPropertyBag, %zu values\n", driverBag->Count());
 
     HRESULT startResult = E_FAIL;
+    bool closedByFilter = false;
     int status = 1;
     const HMODULE module = LoadLibraryW(options.module.c_str());
     if (module == nullptr) {
@@ -341,6 +345,8 @@ int RunJob(const Options& options)
         if (filter != nullptr) {
             filter->Release();
         }
+        closedByFilter = writer->Closed();
+        std::printf("  writer    %s\n", closedByFilter ? "closed by the filter" : "left open by the filter");
         std::printf("  pipeline  RequestShutdown %ld (0x%08lx), FilterFinished %ld\n", control->shutdownRequests,
                     control->shutdownReason, control->finished);
         if (canUnloadNow != nullptr) {
@@ -364,6 +370,7 @@ int RunJob(const Options& options)
     writer->Close();
     writer->Release();
     reader->Release();
+    const bool abortRequested = control->shutdownRequests > 0 && control->shutdownReason == E_ABORT;
     control->Release();
     bag->Release();
     driverBag->Release();
@@ -372,7 +379,8 @@ int RunJob(const Options& options)
     std::vector<char> output;
     const bool outputRead = ReadWhole(options.output, output);
     const bool equal = outputRead && output == input;
-    std::printf("Output\n  %zu bytes, %s%s\n", output.size(), equal ? "equal to the input" : "DIFFERENT from the input",
+    std::printf("Output\n  %zu bytes, %s%s\n", output.size(),
+                equal ? "equal to the input" : output.empty() ? "empty" : "DIFFERENT from the input",
                 writeFailed ? ", a write failed" : "");
 
     if (jobId != 0) {
@@ -385,6 +393,12 @@ int RunJob(const Options& options)
     CoRevokeClassObject(xpsCookie);
     if (status == 2) {
         return 2;
+    }
+    if (options.expectAbort) {
+        return startResult == E_ABORT && abortRequested && closedByFilter && outputRead &&
+                       output.empty() && !writeFailed
+                   ? 0
+                   : 1;
     }
     return startResult == S_OK && equal && !writeFailed ? 0 : 1;
 }
@@ -410,6 +424,11 @@ int wmain(int argc, wchar_t** argv)
             options.driverProperties = value;
         } else if (option == L"--printer") {
             options.printer = value;
+        } else if (option == L"--expect") {
+            if (value != L"done" && value != L"abort") {
+                return Usage("--expect takes done or abort");
+            }
+            options.expectAbort = value == L"abort";
         } else {
             return Usage("unknown option");
         }

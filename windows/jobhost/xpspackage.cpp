@@ -1,10 +1,20 @@
 // The XPS Document API as far as the filter uses it, for a Wine that has none: a package read from
-// its ZIP bytes, its document sequence and that sequence's job print ticket. Every other method of
-// the SDK's interfaces answers E_NOTIMPL.
+// its ZIP bytes, its document sequence and that sequence's job print ticket, the sequence's
+// documents, their page references and pages with their dimensions (read and set), and the
+// package written back to a file. Every other method of the SDK's interfaces answers E_NOTIMPL.
+//
+// This is not the SDK's object model: a page is never parsed beyond its FixedPage element's Width
+// and Height, and writing the package does not serialize objects. An unchanged package is written
+// as the very bytes it was read from; a package with changed page dimensions is written as a new
+// ZIP of the same parts (stored, not deflated), each changed page's Width and Height attributes
+// rewritten in its markup and every other byte of every part as read. The SDK would write its own
+// markup, and a different but equivalent archive.
 #include "xpspackage.h"
 
 #include <zlib.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <cwctype>
 #include <map>
@@ -20,6 +30,9 @@
 #endif
 #ifndef FACILITY_XPS
 #define FACILITY_XPS 82
+#endif
+#ifndef E_BOUNDS
+#define E_BOUNDS static_cast<HRESULT>(0x8000000BL)
 #endif
 
 namespace {
@@ -55,7 +68,8 @@ std::string PartKey(std::string name)
 
 // The parts of a ZIP archive by name, read from its central directory. Interleaved parts
 // (name/[0].piece ...) are not joined: no job of ours is written that way.
-HRESULT ReadParts(const std::vector<BYTE>& zip, std::map<std::string, std::vector<BYTE>>& parts)
+HRESULT ReadParts(const std::vector<BYTE>& zip, std::map<std::string, std::vector<BYTE>>& parts,
+                  std::vector<std::string>& names)
 {
     if (zip.size() < 22) {
         return OPC_E_ZIP_MISSING_END_OF_CENTRAL_DIRECTORY;
@@ -115,6 +129,7 @@ HRESULT ReadParts(const std::vector<BYTE>& zip, std::map<std::string, std::vecto
             return OPC_E_ZIP_COMPRESSION_FAILED;
         }
         parts[PartKey(name)] = std::move(content);
+        names.push_back(name);
         at = next;
     }
     return S_OK;
@@ -158,6 +173,397 @@ std::string RelationshipTarget(const std::map<std::string, std::vector<BYTE>>& p
     }
     return {};
 }
+
+
+// What every object of one package shares: the parts as read, and the page sizes set since.
+struct PackageContent {
+    std::vector<BYTE> zip;                            // the bytes the package was read from
+    std::vector<std::string> names;                   // the archive's entry names, in its order
+    std::map<std::string, std::vector<BYTE>> parts;   // by PartKey
+    std::map<std::string, XPS_SIZE> changedPages;     // by PartKey of the page part
+};
+
+std::string Resolve(const std::string& source, const std::string& target)
+{
+    if (target.empty() || target[0] == '/') {
+        return target;
+    }
+    return source.substr(0, source.rfind('/') + 1) + target;
+}
+
+// The Source of each element `tag` of a part, resolved against the part, in document order.
+std::vector<std::string> SourcesOf(const PackageContent& content, const std::string& part, const char* tag)
+{
+    std::vector<std::string> sources;
+    const auto found = content.parts.find(PartKey(part));
+    if (found == content.parts.end()) {
+        return sources;
+    }
+    const std::string text(found->second.begin(), found->second.end());
+    const std::string open = std::string("<") + tag;
+    for (size_t at = text.find(open); at != std::string::npos; at = text.find(open, at + 1)) {
+        const char after = at + open.size() < text.size() ? text[at + open.size()] : '>';
+        if (after != ' ' && after != '\t' && after != '\r' && after != '\n' && after != '/' && after != '>') {
+            continue;
+        }
+        const std::string element = " " + text.substr(at + open.size(), text.find('>', at) - at - open.size());
+        const std::string source = AttributeOf(element, "Source");
+        if (!source.empty()) {
+            sources.push_back(Resolve(part, source));
+        }
+    }
+    return sources;
+}
+
+// The span of the FixedPage start tag in a page's markup; npos when there is none.
+size_t FixedPageTag(const std::string& markup, size_t& end)
+{
+    const size_t at = markup.find("<FixedPage");
+    end = at == std::string::npos ? std::string::npos : markup.find('>', at);
+    return end == std::string::npos ? std::string::npos : at;
+}
+
+// The value of attribute `name` in a start tag, as [start, stop) of the markup; false without it.
+bool AttributeSpan(const std::string& markup, size_t tag, size_t end, const char* name, size_t& start, size_t& stop)
+{
+    const std::string key = std::string(name) + "=";
+    for (size_t at = markup.find(key, tag); at != std::string::npos && at < end; at = markup.find(key, at + 1)) {
+        const char before = markup[at - 1];
+        if (before != ' ' && before != '\t' && before != '\r' && before != '\n') {
+            continue;
+        }
+        const char quote = markup[at + key.size()];
+        if (quote != '"' && quote != '\'') {
+            return false;
+        }
+        start = at + key.size() + 1;
+        stop = markup.find(quote, start);
+        return stop != std::string::npos && stop < end;
+    }
+    return false;
+}
+
+std::string SizeText(FLOAT value)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.4f", static_cast<double>(value));
+    std::string trimmed = text;
+    while (!trimmed.empty() && trimmed.back() == '0') {
+        trimmed.pop_back();
+    }
+    if (!trimmed.empty() && trimmed.back() == '.') {
+        trimmed.pop_back();
+    }
+    return trimmed;
+}
+
+// A page's markup with its FixedPage Width and Height replaced.
+std::vector<BYTE> WithPageSize(const std::vector<BYTE>& part, const XPS_SIZE& size)
+{
+    std::string markup(part.begin(), part.end());
+    size_t end = 0;
+    const size_t tag = FixedPageTag(markup, end);
+    if (tag == std::string::npos) {
+        return part;
+    }
+    size_t start = 0;
+    size_t stop = 0;
+    // Height first: replacing it cannot move Width's span when Height comes after it, and the
+    // spans are found again for Width in any case.
+    if (AttributeSpan(markup, tag, end, "Height", start, stop)) {
+        markup.replace(start, stop - start, SizeText(size.height));
+    }
+    FixedPageTag(markup, end);
+    if (AttributeSpan(markup, tag, end, "Width", start, stop)) {
+        markup.replace(start, stop - start, SizeText(size.width));
+    }
+    return std::vector<BYTE>(markup.begin(), markup.end());
+}
+
+void Put16(std::vector<BYTE>& out, std::uint32_t value)
+{
+    out.push_back(static_cast<BYTE>(value));
+    out.push_back(static_cast<BYTE>(value >> 8));
+}
+
+void Put32(std::vector<BYTE>& out, std::uint32_t value)
+{
+    Put16(out, value & 0xffff);
+    Put16(out, value >> 16);
+}
+
+// The package as a ZIP of stored entries, in the order it was read, changed pages rewritten.
+std::vector<BYTE> WriteArchive(const PackageContent& content)
+{
+    std::vector<BYTE> out;
+    std::vector<BYTE> directory;
+    for (const std::string& name : content.names) {
+        const std::string key = PartKey(name);
+        std::vector<BYTE> data = content.parts.at(key);
+        const auto changed = content.changedPages.find(key);
+        if (changed != content.changedPages.end()) {
+            data = WithPageSize(data, changed->second);
+        }
+        const std::uint32_t crc = static_cast<std::uint32_t>(
+            crc32(crc32(0L, Z_NULL, 0), data.empty() ? Z_NULL : data.data(), static_cast<uInt>(data.size())));
+        const std::uint32_t offset = static_cast<std::uint32_t>(out.size());
+        Put32(out, 0x04034b50);
+        Put16(out, 20);
+        Put16(out, 0);
+        Put16(out, 0);
+        Put16(out, 0);
+        Put16(out, 0x21);  // 1980-01-01, as the jobs we read carry
+        Put32(out, crc);
+        Put32(out, static_cast<std::uint32_t>(data.size()));
+        Put32(out, static_cast<std::uint32_t>(data.size()));
+        Put16(out, static_cast<std::uint32_t>(name.size()));
+        Put16(out, 0);
+        out.insert(out.end(), name.begin(), name.end());
+        out.insert(out.end(), data.begin(), data.end());
+
+        Put32(directory, 0x02014b50);
+        Put16(directory, 20);
+        Put16(directory, 20);
+        Put16(directory, 0);
+        Put16(directory, 0);
+        Put16(directory, 0);
+        Put16(directory, 0x21);
+        Put32(directory, crc);
+        Put32(directory, static_cast<std::uint32_t>(data.size()));
+        Put32(directory, static_cast<std::uint32_t>(data.size()));
+        Put16(directory, static_cast<std::uint32_t>(name.size()));
+        Put16(directory, 0);
+        Put16(directory, 0);
+        Put16(directory, 0);
+        Put16(directory, 0);
+        Put32(directory, 0);
+        Put32(directory, offset);
+        directory.insert(directory.end(), name.begin(), name.end());
+    }
+    const std::uint32_t directoryOffset = static_cast<std::uint32_t>(out.size());
+    out.insert(out.end(), directory.begin(), directory.end());
+    Put32(out, 0x06054b50);
+    Put16(out, 0);
+    Put16(out, 0);
+    Put16(out, static_cast<std::uint32_t>(content.names.size()));
+    Put16(out, static_cast<std::uint32_t>(content.names.size()));
+    Put32(out, static_cast<std::uint32_t>(directory.size()));
+    Put32(out, directoryOffset);
+    Put16(out, 0);
+    return out;
+}
+
+class Page : public ComObject<IXpsOMPage> {
+public:
+    Page(std::shared_ptr<PackageContent> content, std::string part) : m_content(std::move(content)), m_part(std::move(part)) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override
+    {
+        return Answer(iid, out, static_cast<IXpsOMPage*>(this), {&__uuidof(IXpsOMPart), &__uuidof(IXpsOMPage)});
+    }
+
+    HRESULT STDMETHODCALLTYPE GetPageDimensions(XPS_SIZE* pageDimensions) override
+    {
+        if (pageDimensions == nullptr) {
+            return E_POINTER;
+        }
+        const std::string key = PartKey(m_part);
+        const auto changed = m_content->changedPages.find(key);
+        if (changed != m_content->changedPages.end()) {
+            *pageDimensions = changed->second;
+            return S_OK;
+        }
+        const std::string markup(m_content->parts.at(key).begin(), m_content->parts.at(key).end());
+        size_t end = 0;
+        const size_t tag = FixedPageTag(markup, end);
+        size_t start = 0;
+        size_t stop = 0;
+        if (tag == std::string::npos) {
+            return XPS_E_INVALID_MARKUP;
+        }
+        XPS_SIZE size{};
+        if (!AttributeSpan(markup, tag, end, "Width", start, stop)) {
+            return XPS_E_INVALID_MARKUP;
+        }
+        size.width = std::strtof(markup.substr(start, stop - start).c_str(), nullptr);
+        if (!AttributeSpan(markup, tag, end, "Height", start, stop)) {
+            return XPS_E_INVALID_MARKUP;
+        }
+        size.height = std::strtof(markup.substr(start, stop - start).c_str(), nullptr);
+        *pageDimensions = size;
+        return S_OK;
+    }
+
+    // Kept with the package's content, so the size outlives this object and reaches WriteToFile.
+    HRESULT STDMETHODCALLTYPE SetPageDimensions(const XPS_SIZE* pageDimensions) override
+    {
+        if (pageDimensions == nullptr) {
+            return E_POINTER;
+        }
+        if (!(pageDimensions->width > 0) || !(pageDimensions->height > 0)) {
+            return E_INVALIDARG;
+        }
+        m_content->changedPages[PartKey(m_part)] = *pageDimensions;
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetPartName(IOpcPartUri **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetPartName(IOpcPartUri *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetOwner(IXpsOMPageReference **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetVisuals(IXpsOMVisualCollection **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetContentBox(XPS_RECT *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetContentBox(const XPS_RECT *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetBleedBox(XPS_RECT *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetBleedBox(const XPS_RECT *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetLanguage(LPWSTR *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetLanguage(LPCWSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetName(LPWSTR *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetName(LPCWSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIsHyperlinkTarget(WINBOOL *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetIsHyperlinkTarget(WINBOOL) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetDictionary(IXpsOMDictionary **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetDictionaryLocal(IXpsOMDictionary **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetDictionaryLocal(IXpsOMDictionary *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetDictionaryResource(IXpsOMRemoteDictionaryResource **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetDictionaryResource(IXpsOMRemoteDictionaryResource *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Write(ISequentialStream *, WINBOOL) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GenerateUnusedLookupKey(XPS_OBJECT_TYPE, LPWSTR *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(IXpsOMPage **) override { return E_NOTIMPL; }
+
+private:
+    std::shared_ptr<PackageContent> m_content;
+    std::string m_part;
+};
+
+class PageReference : public ComObject<IXpsOMPageReference> {
+public:
+    PageReference(std::shared_ptr<PackageContent> content, std::string part) : m_content(std::move(content)), m_part(std::move(part)) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override
+    {
+        return Answer(iid, out, static_cast<IXpsOMPageReference*>(this), {&__uuidof(IXpsOMPageReference)});
+    }
+
+    HRESULT STDMETHODCALLTYPE GetPage(IXpsOMPage** page) override
+    {
+        if (page == nullptr) {
+            return E_POINTER;
+        }
+        *page = nullptr;
+        if (m_content->parts.find(PartKey(m_part)) == m_content->parts.end()) {
+            return XPS_E_MISSING_PART_REFERENCE;
+        }
+        *page = new Page(m_content, m_part);
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetOwner(IXpsOMDocument **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetPage(IXpsOMPage *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DiscardPage() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE IsPageLoaded(WINBOOL *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetAdvisoryPageDimensions(XPS_SIZE *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetAdvisoryPageDimensions(const XPS_SIZE *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetStoryFragmentsResource(IXpsOMStoryFragmentsResource **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetStoryFragmentsResource(IXpsOMStoryFragmentsResource *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPrintTicketResource(IXpsOMPrintTicketResource **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetPrintTicketResource(IXpsOMPrintTicketResource *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetThumbnailResource(IXpsOMImageResource **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetThumbnailResource(IXpsOMImageResource *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE CollectLinkTargets(IXpsOMNameCollection **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE CollectPartResources(IXpsOMPartResources **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE HasRestrictedFonts(WINBOOL *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(IXpsOMPageReference **) override { return E_NOTIMPL; }
+
+private:
+    std::shared_ptr<PackageContent> m_content;
+    std::string m_part;
+};
+
+// A read-only collection of the parts named by a sequence or a document; Element makes the object
+// of each on demand.
+template <class Collection, class Item, class Element>
+class PartCollection : public ComObject<Collection> {
+public:
+    PartCollection(std::shared_ptr<PackageContent> content, std::vector<std::string> items)
+        : m_content(std::move(content)), m_items(std::move(items)) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override
+    {
+        return this->Answer(iid, out, static_cast<Collection*>(this), {&__uuidof(Collection)});
+    }
+
+    HRESULT STDMETHODCALLTYPE GetCount(UINT32* count) override
+    {
+        if (count == nullptr) {
+            return E_POINTER;
+        }
+        *count = static_cast<UINT32>(m_items.size());
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetAt(UINT32 index, Item** item) override
+    {
+        if (item == nullptr) {
+            return E_POINTER;
+        }
+        *item = nullptr;
+        if (index >= m_items.size()) {
+            return E_BOUNDS;
+        }
+        *item = new Element(m_content, m_items[index]);
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE InsertAt(UINT32, Item*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RemoveAt(UINT32) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetAt(UINT32, Item*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Append(Item*) override { return E_NOTIMPL; }
+
+private:
+    std::shared_ptr<PackageContent> m_content;
+    std::vector<std::string> m_items;
+};
+
+using PageReferenceCollection = PartCollection<IXpsOMPageReferenceCollection, IXpsOMPageReference, PageReference>;
+
+class Document : public ComObject<IXpsOMDocument> {
+public:
+    Document(std::shared_ptr<PackageContent> content, std::string part) : m_content(std::move(content)), m_part(std::move(part)) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override
+    {
+        return Answer(iid, out, static_cast<IXpsOMDocument*>(this), {&__uuidof(IXpsOMPart), &__uuidof(IXpsOMDocument)});
+    }
+
+    HRESULT STDMETHODCALLTYPE GetPageReferences(IXpsOMPageReferenceCollection** pageReferences) override
+    {
+        if (pageReferences == nullptr) {
+            return E_POINTER;
+        }
+        *pageReferences = nullptr;
+        if (m_content->parts.find(PartKey(m_part)) == m_content->parts.end()) {
+            return XPS_E_MISSING_PART_REFERENCE;
+        }
+        *pageReferences = new PageReferenceCollection(m_content, SourcesOf(*m_content, m_part, "PageContent"));
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetPartName(IOpcPartUri **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetPartName(IOpcPartUri *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetOwner(IXpsOMDocumentSequence **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPrintTicketResource(IXpsOMPrintTicketResource **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetPrintTicketResource(IXpsOMPrintTicketResource *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetDocumentStructureResource(IXpsOMDocumentStructureResource **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetDocumentStructureResource(IXpsOMDocumentStructureResource *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetSignatureBlockResources(IXpsOMSignatureBlockResourceCollection **) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(IXpsOMDocument **) override { return E_NOTIMPL; }
+
+private:
+    std::shared_ptr<PackageContent> m_content;
+    std::string m_part;
+};
+
+using DocumentCollection = PartCollection<IXpsOMDocumentCollection, IXpsOMDocument, Document>;
 
 class PrintTicketResource : public ComObject<IXpsOMPrintTicketResource> {
 public:
@@ -208,7 +614,9 @@ private:
 
 class DocumentSequence : public ComObject<IXpsOMDocumentSequence> {
 public:
-    DocumentSequence(IXpsOMPackage* owner, IXpsOMPrintTicketResource* ticket) : m_owner(owner), m_ticket(ticket)
+    DocumentSequence(IXpsOMPackage* owner, IXpsOMPrintTicketResource* ticket, std::shared_ptr<PackageContent> content,
+                     std::string part)
+        : m_owner(owner), m_ticket(ticket), m_content(std::move(content)), m_part(std::move(part))
     {
         if (m_ticket != nullptr) {
             m_ticket->AddRef();
@@ -251,21 +659,32 @@ public:
         return S_OK;
     }
 
+    HRESULT STDMETHODCALLTYPE GetDocuments(IXpsOMDocumentCollection** documents) override
+    {
+        if (documents == nullptr) {
+            return E_POINTER;
+        }
+        *documents = new DocumentCollection(m_content, SourcesOf(*m_content, m_part, "DocumentReference"));
+        return S_OK;
+    }
+
     void Detach() { m_owner = nullptr; }
 
     HRESULT STDMETHODCALLTYPE GetPartName(IOpcPartUri **/*partUri*/) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetPartName(IOpcPartUri */*partUri*/) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetDocuments(IXpsOMDocumentCollection **/*documents*/) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetPrintTicketResource(IXpsOMPrintTicketResource */*printTicketResource*/) override { return E_NOTIMPL; }
 
 private:
     IXpsOMPackage* m_owner;  // not held: the package holds its sequence
     IXpsOMPrintTicketResource* m_ticket;
+    std::shared_ptr<PackageContent> m_content;
+    std::string m_part;
 };
 
 class Package : public ComObject<IXpsOMPackage> {
 public:
-    explicit Package(IXpsOMPrintTicketResource* ticket) : m_sequence(new DocumentSequence(this, ticket)) {}
+    Package(IXpsOMPrintTicketResource* ticket, std::shared_ptr<PackageContent> content, const std::string& sequence)
+        : m_content(content), m_sequence(new DocumentSequence(this, ticket, std::move(content), sequence)) {}
     ~Package() override
     {
         m_sequence->Detach();
@@ -294,10 +713,40 @@ public:
     HRESULT STDMETHODCALLTYPE SetDiscardControlPartName(IOpcPartUri */*discardControlPartUri*/) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetThumbnailResource(IXpsOMImageResource **/*imageResource*/) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetThumbnailResource(IXpsOMImageResource */*imageResource*/) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE WriteToFile(LPCWSTR /*fileName*/, LPSECURITY_ATTRIBUTES /*securityAttributes*/, DWORD /*flagsAndAttributes*/, WINBOOL /*optimizeMarkupSize*/) override { return E_NOTIMPL; }
+    // The package's bytes as read when no page changed, else the archive WriteArchive makes; see the
+    // file's head. The file is created or replaced, as the SDK does.
+    HRESULT STDMETHODCALLTYPE WriteToFile(LPCWSTR fileName, LPSECURITY_ATTRIBUTES securityAttributes, DWORD flagsAndAttributes,
+                                          WINBOOL /*optimizeMarkupSize*/) override
+    {
+        if (fileName == nullptr) {
+            return E_POINTER;
+        }
+        const std::vector<BYTE> bytes = m_content->changedPages.empty() ? m_content->zip : WriteArchive(*m_content);
+        const HANDLE file = CreateFileW(fileName, GENERIC_WRITE, 0, securityAttributes, CREATE_ALWAYS,
+                                        flagsAndAttributes == 0 ? FILE_ATTRIBUTE_NORMAL : flagsAndAttributes, nullptr);
+        if (file == INVALID_HANDLE_VALUE) {
+            return HRESULT_FROM_WIN32(GetLastError());
+        }
+        size_t at = 0;
+        while (at < bytes.size()) {
+            DWORD written = 0;
+            const DWORD chunk = static_cast<DWORD>(bytes.size() - at > (1u << 20) ? (1u << 20) : bytes.size() - at);
+            if (!WriteFile(file, bytes.data() + at, chunk, &written, nullptr) || written == 0) {
+                const DWORD error = GetLastError();
+                CloseHandle(file);
+                return HRESULT_FROM_WIN32(error == 0 ? ERROR_WRITE_FAULT : error);
+            }
+            at += written;
+        }
+        if (!CloseHandle(file)) {
+            return HRESULT_FROM_WIN32(GetLastError());
+        }
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE WriteToStream(ISequentialStream */*stream*/, WINBOOL /*optimizeMarkupSize*/) override { return E_NOTIMPL; }
 
 private:
+    std::shared_ptr<PackageContent> m_content;
     DocumentSequence* m_sequence;
 };
 
@@ -327,11 +776,12 @@ public:
                 break;
             }
         }
-        std::map<std::string, std::vector<BYTE>> parts;
-        HRESULT hr = ReadParts(zip, parts);
+        auto content = std::make_shared<PackageContent>();
+        HRESULT hr = ReadParts(zip, content->parts, content->names);
         if (FAILED(hr)) {
             return hr;
         }
+        const std::map<std::string, std::vector<BYTE>>& parts = content->parts;
         const std::string sequence = RelationshipTarget(parts, "/", {kFixedRepresentation, kOpenXpsFixedRepresentation});
         if (sequence.empty() || parts.find(PartKey(sequence)) == parts.end()) {
             return XPS_E_MISSING_DOCUMENTSEQUENCE_RELATIONSHIP;
@@ -345,7 +795,8 @@ public:
             }
             ticket = new PrintTicketResource(found->second);
         }
-        *package = new Package(ticket);
+        content->zip = std::move(zip);
+        *package = new Package(ticket, std::move(content), sequence);
         if (ticket != nullptr) {
             ticket->Release();
         }
